@@ -1,0 +1,35 @@
+#include <vx4/tessora.h>
+
+#include <limits>
+
+namespace vx4 {
+namespace tessora {
+
+namespace {
+
+constexpr unsigned no_bound = std::numeric_limits<unsigned>::max();
+
+bool is_edge_kind(element_type kind) { return kind == edge2 || kind == edge3; }
+
+} // namespace
+
+bool check_IDs(const dense2D<unsigned>& connectivity, element_type kind, unsigned n) {
+    if (connectivity.empty()) return true;
+    // Edge kinds are read through rows 0 and 1 by every caller.
+    if (is_edge_kind(kind) && connectivity.rows() < 2) return false;
+    if (n == no_bound) return true;
+    for (unsigned j = 0; j < connectivity.cols(); ++j)
+        for (unsigned i = 0; i < connectivity.rows(); ++i)
+            if (connectivity(i, j) >= n) return false;
+    return true;
+}
+
+bool check_IDs(const dense1D<unsigned>& indices, unsigned n) {
+    if (n == no_bound) return true;
+    for (unsigned k = 0; k < indices.size(); ++k)
+        if (indices[k] >= n) return false;
+    return true;
+}
+
+} // namespace tessora
+} // namespace vx4

@@ -1,0 +1,31 @@
+// Shared helpers of the unit tests.
+#pragma once
+
+#include <vx4/math1.h>
+
+#include <initializer_list>
+
+namespace vx4test {
+
+// Makes the container allocator refuse every allocation from the n-th one on, for one scope.
+class failing_allocations {
+public:
+    explicit failing_allocations(long n = 0) { vx4::math1::fail_allocations_after(n); }
+    ~failing_allocations() { vx4::math1::allow_all_allocations(); }
+    failing_allocations(const failing_allocations&) = delete;
+    failing_allocations& operator=(const failing_allocations&) = delete;
+};
+
+// A matrix of `rows` rows from its entries given column by column.
+template <class T>
+vx4::dense2D<T> columns(unsigned rows, std::initializer_list<T> entries) {
+    vx4::dense2D<T> m(rows, static_cast<unsigned>(entries.size()) / rows);
+    unsigned k = 0;
+    for (const T& v : entries) {
+        m(k % rows, k / rows) = v;
+        ++k;
+    }
+    return m;
+}
+
+} // namespace vx4test
