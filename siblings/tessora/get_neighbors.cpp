@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <vector>
 
 namespace vx4 {
 namespace tessora {
@@ -21,6 +20,16 @@ struct incidence {
 // Slot of the neighbour across an end: slot 0 holds the element across the end node.
 unsigned slot_of(unsigned end) { return end == 1 ? 0u : 1u; }
 
+// The two lowest distinct elements offered, in increasing order of offer.
+struct lowest_two {
+    unsigned first = none, second = none;
+    void offer(unsigned e) {
+        if (first == none) first = e;
+        else if (second == none && e != first) second = e;
+    }
+    unsigned other_than(unsigned e) const { return first != e ? first : second; }
+};
+
 } // namespace
 
 int get_neighbors(const dense2D<unsigned>& connectivity, element_type kind, bool manifold_only,
@@ -34,33 +43,33 @@ int get_neighbors(const dense2D<unsigned>& connectivity, element_type kind, bool
 
     // Sorting the 2E incidences by node groups the edges meeting at each node in O(E log E),
     // whatever the range of the node indices.
-    std::vector<incidence> ends;
-    try {
-        ends.reserve(2 * static_cast<std::size_t>(E));
-    } catch (...) {
-        return -199;
-    }
+    if (E > std::numeric_limits<unsigned>::max() / 2) return -199;
+    dense1D<incidence> ends;
+    if (!ends.resize(2 * E)) return -199;
     for (unsigned e = 0; e < E; ++e) {
-        ends.push_back({connectivity(0, e), e, 0});
-        ends.push_back({connectivity(1, e), e, 1});
+        ends[2 * e] = {connectivity(0, e), e, 0};
+        ends[2 * e + 1] = {connectivity(1, e), e, 1};
     }
     std::sort(ends.begin(), ends.end(), [](const incidence& a, const incidence& b) {
         return a.node != b.node ? a.node < b.node : (a.element != b.element ? a.element < b.element : a.end < b.end);
     });
 
-    for (std::size_t first = 0; first < ends.size();) {
-        std::size_t last = first;
+    for (unsigned first = 0; first < ends.size();) {
+        unsigned last = first;
         while (last < ends.size() && ends[last].node == ends[first].node) ++last;
-        const std::size_t count = last - first;
+        const unsigned count = last - first;
         if (count > 1 && !(manifold_only && count > 2)) {
-            for (std::size_t a = first; a < last; ++a) {
-                unsigned head_to_tail = none, any_other = none;
-                for (std::size_t b = first; b < last && head_to_tail == none; ++b) {
-                    if (ends[b].element == ends[a].element) continue;
-                    if (any_other == none) any_other = ends[b].element;
-                    if (ends[b].end != ends[a].end) head_to_tail = ends[b].element;
-                }
-                neighbours(slot_of(ends[a].end), ends[a].element) = head_to_tail != none ? head_to_tail : any_other;
+            // The incidences are sorted by element, so the two lowest candidates of each kind
+            // (any end, start ends, end ends) answer every query at the node in linear time.
+            lowest_two any, at_end[2];
+            for (unsigned a = first; a < last; ++a) {
+                any.offer(ends[a].element);
+                at_end[ends[a].end].offer(ends[a].element);
+            }
+            for (unsigned a = first; a < last; ++a) {
+                const unsigned self = ends[a].element;
+                const unsigned head_to_tail = at_end[1 - ends[a].end].other_than(self);
+                neighbours(slot_of(ends[a].end), self) = head_to_tail != none ? head_to_tail : any.other_than(self);
             }
         }
         first = last;

@@ -1,0 +1,200 @@
+#include <vx4/math1.h>
+
+#include "test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+using vx4::dense1D;
+using vx4::dense2D;
+using vx4test::failing_allocations;
+
+TEST(Dense1D, CopiesShareStorageAndCopyIsDeep) {
+    dense1D<double> a{1.0, 2.0, 3.0};
+    dense1D<double> view = a;
+    view[1] = 20.0;
+    EXPECT_EQ(a[1], 20.0);
+
+    dense1D<double> deep;
+    ASSERT_TRUE(deep.copy(a));
+    deep[0] = -1.0;
+    EXPECT_EQ(a[0], 1.0);
+    EXPECT_EQ(deep.size(), 3u);
+    EXPECT_EQ(a.storage()->use_count(), 2);
+}
+
+TEST(Dense1D, SubVectorSeesWritesBothWaysAndIsCutAtTheEnd) {
+    dense1D<unsigned> a{0, 1, 2, 3, 4};
+    dense1D<unsigned> tail = a.sub_vector(3, 10);
+    EXPECT_EQ(tail.size(), 2u);
+    EXPECT_EQ(tail.offset(), 3u);
+    tail[0] = 30;
+    EXPECT_EQ(a[3], 30u);
+    a[4] = 40;
+    EXPECT_EQ(tail[1], 40u);
+    EXPECT_TRUE(a.sub_vector(5, 1).empty());
+}
+
+TEST(Dense1D, ResizeKeepsEntriesAndFillsNewOnes) {
+    dense1D<double> a{1.0, 2.0};
+    ASSERT_TRUE(a.resize(5, 7.0));
+    EXPECT_EQ(a[0], 1.0);
+    EXPECT_EQ(a[1], 2.0);
+    EXPECT_EQ(a[4], 7.0);
+    ASSERT_TRUE(a.resize(1));
+    EXPECT_EQ(a.size(), 1u);
+    EXPECT_EQ(a[0], 1.0);
+}
+
+TEST(Dense1D, PushBackDoublesCapacityAndGrowsThroughAView) {
+    dense1D<unsigned> a;
+    for (unsigned k = 0; k < 1000; ++k) ASSERT_TRUE(a.push_back(k));
+    EXPECT_LT(a.capacity(), 2048u);
+    EXPECT_EQ(a[999], 999u);
+
+    // Growing a view reallocates the shared block: the original view sees the same entries.
+    dense1D<double> base{1.0, 2.0, 3.0, 4.0};
+    dense1D<double> head = base.sub_vector(0, 4);
+    ASSERT_TRUE(head.reserve(100));
+    head[3] = 9.0;
+    EXPECT_EQ(base[3], 9.0);
+}
+
+TEST(Dense1D, FailedGrowthLeavesTheVectorUsable) {
+    dense1D<double> a{1.0, 2.0, 3.0, 4.0};
+    {
+        failing_allocations guard;
+        EXPECT_FALSE(a.push_back(5.0));
+        EXPECT_FALSE(a.resize(100));
+        EXPECT_FALSE(a.reserve(100));
+        EXPECT_FALSE(a.push_back_n(0.0, 10));
+        dense1D<double> other;
+        EXPECT_FALSE(other.copy(a));
+        EXPECT_TRUE(other.empty());
+    }
+    EXPECT_EQ(a.size(), 4u);
+    EXPECT_EQ(a[3], 4.0);
+    EXPECT_TRUE(a.push_back(5.0));
+}
+
+TEST(Dense1D, ReferenceCountsSurviveConcurrentViews) {
+    dense1D<double> shared(64, 1.0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&shared] {
+            for (int k = 0; k < 20000; ++k) {
+                dense1D<double> v = shared.sub_vector(1, 10);
+                (void)v;
+            }
+        });
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(shared.storage()->use_count(), 1);
+}
+
+TEST(Dense2D, EntriesAreColumnMajorWithLeadingDimension) {
+    dense2D<double> m(2, 3, 0.0);
+    m(1, 2) = 5.0;
+    EXPECT_EQ(m.data()[2 * m.ld() + 1], 5.0);
+    EXPECT_EQ(m.size(), 6u);
+    EXPECT_FALSE(m.empty());
+    EXPECT_TRUE(dense2D<double>(3, 0).empty());
+}
+
+TEST(Dense2D, GrowingColumnsKeepsExistingColumnsInPlace) {
+    dense2D<unsigned> m = vx4test::columns<unsigned>(2, {1, 2, 3, 4});
+    ASSERT_TRUE(m.resize(2, 5, 9u));
+    EXPECT_EQ(m(0, 0), 1u);
+    EXPECT_EQ(m(1, 1), 4u);
+    EXPECT_EQ(m(0, 4), 9u);
+}
+
+TEST(Dense2D, ShrinkingRowsKeepsLeadingEntriesOfEveryColumn) {
+    dense2D<unsigned> m = vx4test::columns<unsigned>(4, {1, 2, 3, 4, 5, 6, 7, 8});
+    ASSERT_TRUE(m.resize(2, 2));
+    EXPECT_EQ(m.rows(), 2u);
+    EXPECT_EQ(m(0, 1), 5u);
+    EXPECT_EQ(m(1, 1), 6u);
+}
+
+TEST(Dense2D, OtherReshapesKeepTheLeadingBlock) {
+    dense2D<double> m = vx4test::columns<double>(2, {1, 2, 3, 4});
+    ASSERT_TRUE(m.resize(3, 3, 0.0));
+    EXPECT_EQ(m(1, 1), 4.0);
+    EXPECT_EQ(m(2, 1), 0.0);
+    EXPECT_EQ(m(0, 2), 0.0);
+}
+
+TEST(Dense2D, ReserveGuaranteesLaterResizes) {
+    dense2D<double> m;
+    ASSERT_TRUE(m.reserve(3, 100));
+    {
+        failing_allocations guard;
+        for (unsigned c = 1; c <= 100; ++c) ASSERT_TRUE(m.resize(3, c));
+        EXPECT_FALSE(m.resize(3, 101));
+    }
+    EXPECT_EQ(m.cols(), 100u);
+}
+
+TEST(Dense2D, SubMatrixIsAViewCutAtTheMatrixEdge) {
+    dense2D<double> m = vx4test::columns<double>(3, {1, 2, 3, 4, 5, 6, 7, 8, 9});
+    dense2D<double> block = m.sub_matrix(1, 1, 2, 2);
+    EXPECT_EQ(block(0, 0), 5.0);
+    EXPECT_EQ(block(1, 1), 9.0);
+    block(0, 1) = -8.0;
+    EXPECT_EQ(m(1, 2), -8.0);
+
+    // Blocks running past the last row or column are cut: they never reach outside the matrix.
+    dense2D<double> past = m.sub_matrix(2, 0, 3, 2);
+    EXPECT_EQ(past.rows(), 1u);
+    EXPECT_EQ(past.cols(), 2u);
+    EXPECT_EQ(past(0, 1), 6.0);
+    EXPECT_TRUE(m.sub_matrix(3, 0, 3, 2).empty());
+    EXPECT_TRUE(m.sub_matrix(0, 3, 1, 1).empty());
+}
+
+TEST(Dense2D, AsVectorViewsAllEntriesInStorageOrder) {
+    dense2D<double> m = vx4test::columns<double>(2, {1, 2, 3, 4});
+    dense1D<double> v = m.as_vector();
+    ASSERT_EQ(v.size(), 4u);
+    EXPECT_EQ(v[2], 3.0);
+    v[3] = 40.0;
+    EXPECT_EQ(m(1, 1), 40.0);
+}
+
+TEST(Dense2D, CopyShallowCopyAndClear) {
+    dense2D<double> m = vx4test::columns<double>(2, {1, 2, 3, 4});
+    dense2D<double> deep, shallow;
+    ASSERT_TRUE(deep.copy(m));
+    shallow.shallow_copy(m);
+    m(0, 0) = 10.0;
+    EXPECT_EQ(deep(0, 0), 1.0);
+    EXPECT_EQ(shallow(0, 0), 10.0);
+    shallow.clear();
+    EXPECT_EQ(shallow.rows() + shallow.cols() + shallow.ld() + shallow.size(), 0u);
+}
+
+TEST(Dense2D, FailedAllocationLeavesTheMatrixAsItWas) {
+    dense2D<double> m = vx4test::columns<double>(2, {1, 2, 3, 4});
+    {
+        failing_allocations guard;
+        EXPECT_FALSE(m.resize(2, 50));
+        EXPECT_FALSE(m.resize(3, 3));
+        EXPECT_FALSE(m.reserve(2, 50));
+        dense2D<double> other;
+        EXPECT_FALSE(other.copy(m));
+    }
+    EXPECT_EQ(m.cols(), 2u);
+    EXPECT_EQ(m(1, 1), 4.0);
+}
+
+TEST(FixedSize, SymmetricEntriesAreReachableFromEitherTriangle) {
+    vx4::symmetric_fixed<double, 3> s{1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(s(0, 2), 4.0);
+    EXPECT_EQ(s(2, 0), 4.0);
+    EXPECT_EQ(s(1, 2), 5.0);
+    EXPECT_EQ(s(2, 1), 5.0);
+    vx4::vector_fixed<double, 2> p{1.0, 2.0};
+    EXPECT_EQ(p[1], 2.0);
+}
