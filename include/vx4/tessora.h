@@ -42,28 +42,41 @@ bool are_valid_metrics(const dense1D<double>& sizes);
 // (a 1-row matrix holds sizes).
 bool are_valid_metrics(const dense2D<double>& metrics);
 
-// Metric intersection: the largest metric whose unit ball lies inside both (in every direction
-// the smaller size), by simultaneous reduction. An all-zero `a` (no constraint yet) gives `b`,
-// an all-zero `b` gives `a`. False, with result = b, when the pair cannot be reduced.
+// Metric intersection by simultaneous reduction: along each common eigen-direction the larger
+// eigenvalue (the smaller size), so in no direction is a size larger than in `a` or `b`. An
+// all-zero `a` (no constraint yet) gives `b`, an all-zero `b` gives `a`. Either may be only
+// semi-definite if the other is definite. False, with result = b, when the pair cannot be
+// reduced or holds a non-finite entry. `result` may be `a` or `b`.
 bool minimum_metric(const symmetric_fixed<double, 2>& a, const symmetric_fixed<double, 2>& b,
                     symmetric_fixed<double, 2>& result);
 bool minimum_metric(const symmetric_fixed<double, 3>& a, const symmetric_fixed<double, 3>& b,
                     symmetric_fixed<double, 3>& result);
 
 // Clamps the metric's sizes into [hmin, hmax] along its eigen-directions, in place (hmin <= 0:
-// no lower bound; hmax the largest double: no upper bound). 1 when the metric changed, 0 when
-// it was already inside, -1 when it is not a valid metric (left unchanged).
+// no lower bound; hmax <= 0 or the largest double: no upper bound; hmax wins over hmin). 1 when
+// the metric changed, 0 when it was already inside (or the clamp would lose definiteness to
+// rounding), -1 when it is not a finite positive-definite metric; on 0 and -1 it is unchanged.
 int bound_metric(symmetric_fixed<double, 2>& metric, double hmin, double hmax);
 int bound_metric(symmetric_fixed<double, 3>& metric, double hmin, double hmax);
-// Clamps every size into [hmin, hmax] in place; returns the number of sizes changed.
+// Clamps every size into [hmin, hmax] in place, with the bounds of bound_metric (<= 0: none);
+// returns the number of sizes changed. NaN sizes are left as they are.
 int bound_metrics(dense1D<double>& sizes, double hmin, double hmax);
 
-// Gradation: reduces sizes so that along every edge of `connectivity` (nodes listed in
-// `nodes`, or every node of the connectivity when `nodes` is empty) the sizes of the two ends
-// satisfy the geometric bound h_b <= h_a * g^(|x_a x_b| / h_a), g = `gradation` > 1. Sizes are
-// never enlarged. The metric form applies the same bound to the sizes along the edge's
-// direction and intersects. `symmetric` true bounds both ways along every edge; `mode` is 0
-// for metrics and -1 for sizes. 0 on success, -k for the k-th argument, -199 when memory is short.
+// Gradation: reduces sizes so that along every edge of `connectivity` (consecutive nodes of each
+// element: row 0, interior rows, row 1) the linear bound h_b <= h_a + (g - 1) |x_a x_b| holds,
+// g = `gradation` >= 1. Values are indexed by node (column or entry j = node j); only the nodes
+// listed in `nodes` may change (every node when it is empty). Sizes are never enlarged. The size
+// form reaches the exact fixed point (nodes taken in increasing size order). The metric form
+// bounds the size along each edge's direction u: when h_b(u) exceeds the bound, b's metric is
+// intersected (minimum_metric) with a's metric grown by 1 + (g - 1) |ab| / h_a(u); changes spread
+// through a work list, each node revisited at most a bounded number of times; zero-length
+// edges are skipped. `symmetric` true bounds both ends of every edge, false only the end node
+// (later in element order) by the start. `mode` is 0 for metrics and -1 for sizes. Codes:
+// -1 coordinates rows (metrics: 2 or 3; sizes: at least 1); -2 connectivity (node out of range
+// or fewer than 2 rows); -3 kind not an edge kind; -4 a listed node out of range; -6 mode;
+// -7 gradation below 1 or NaN; -8 metrics/sizes: too few, rows not 3 (2-D) or 6 (3-D), or a
+// value on an edge not finite and positive (definite); -199 when memory is short. Nothing is
+// changed on a negative code.
 int bound_metric_gradations(const dense2D<double>& coordinates, const dense2D<unsigned>& connectivity,
                             element_type kind, const dense1D<unsigned>& nodes, bool symmetric, int mode,
                             double gradation, dense2D<double>& metrics);

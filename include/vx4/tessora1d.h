@@ -73,10 +73,10 @@ VX4_TESSORA1D_API int convert_into_quadratic(dense2D<double>& coords, dense2D<un
 // Orients edges consistently (the end of one is the start of the next), breadth-first from
 // element `start`, turning neighbours that point the wrong way; rows 0 and 1 of `connect` and
 // of `neighbors` (same shape; slot 0 across the end node, other slots across the start node;
-// an index >= E means none) are swapped together. With `all` != 0 every component is oriented
-// from its lowest unvisited element. Returns the number of turned elements; -1 bad
-// connectivity; -2 neighbour shape differs, or (any negative result) neighbours that do not
-// match the connectivity; -3 start >= E.
+// an index >= E means none) are swapped together. With `all` != 0 every further component
+// is oriented from its lowest unvisited element after `start`. Returns the number of turned
+// elements (0, nothing done, when the walk cannot be stored); -1 bad connectivity; -2
+// neighbour shape differs, or (any negative result) neighbours that do not match; -3 start >= E.
 VX4_TESSORA1D_API int mesh_reorient(dense2D<unsigned>& connect, dense2D<unsigned>& neighbors, unsigned start, int all);
 
 // ---------------------------------------------------------------------------------------------
@@ -150,9 +150,14 @@ VX4_TESSORA1D_API int extrude_rotate(dense2D<double>& coords, unsigned start, co
 // `out_params` is emptied first. E is the metric length rounded, clamped to [nmin, nmax],
 // then made even when `even`. chordal < 0 caps sizes by curvature (chord of sagitta
 // |chordal| x radius, not below hmin); chordal > 0 refines until every polyline node lies
-// within chordal of the chain, which may exceed nmax. Codes: -1 dimension; -2 n < 2;
-// -3 params; -4 metrics; -6 nmin = 0 or nmax < nmin; -11 out_metrics of the wrong shape.
-// On failure pos, out_indices and out_metrics are untouched.
+// within chordal of the chain, which may exceed nmax (should a part of that refinement fail
+// for memory, the unrefined chain is kept and 0 returned). A new node's metric is interpolated
+// linearly in size along the common eigen-directions of its edge's end metrics (the nearer
+// end's metric when they cannot be reduced); an edge on which v^T M v is not positive at both
+// ends measures sqrt of the larger positive form (0 if none) and is divided evenly.
+// Codes: -1 dimension; -2 n < 2 or an index not below pos's column count; -3 params;
+// -4 metrics; -6 nmin = 0 or nmax < nmin; -11 out_metrics of the wrong shape; -199 pos cannot
+// grow. On failure pos, out_indices and out_metrics are untouched.
 VX4_TESSORA1D_API int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices,
                                 const dense1D<double>& params, const dense2D<double>& metrics, bool even,
                                 unsigned nmin, unsigned nmax, double chordal, double hmin,
@@ -246,7 +251,9 @@ VX4_TESSORA1D_API int length(const dense2D<double>& coords, const dense2D<unsign
 // Writes, in place, the coordinates of node new_nodes[k] at parameter new_params[k] along the
 // chain `nodes` carrying `params`, by linear interpolation between the bracketing nodes. The
 // columns must exist. -2 params size; -3 params decreasing; -4 new_params size; -5 new_params
-// decreasing. A query past the last parameter gives the last node.
+// decreasing; then -2 for queries on an empty chain or reaching a chain node that is not a
+// column, -4 for such a new node. Below the first parameter the first node is copied, past the
+// last parameter the last node.
 VX4_TESSORA1D_API int interpolate_coordinates(dense2D<double>& coords, const dense1D<unsigned>& nodes,
                                               const dense1D<double>& params, const dense1D<unsigned>& new_nodes,
                                               const dense1D<double>& new_params);
@@ -261,7 +268,8 @@ VX4_TESSORA1D_API int curvatures(const dense2D<double>& coords, const dense1D<un
                                  dense1D<double>& curv);
 // 2-D node normals averaged over incident edges with weight L^p (p finite; normalised when
 // asked), or taken from the longest (p = +max double) or shortest (p = -max double) edge.
-// normals is emptied, then 2 rows x coords columns. -1 rows not 2; -2 connectE2 rows < 2; -199.
+// normals is emptied, then 2 rows x coords columns. -1 rows not 2; -2 connectE2 rows < 2 or an
+// index not below the column count; -199.
 VX4_TESSORA1D_API int normals(const dense2D<double>& coords, const dense2D<unsigned>& connectE2, double p,
                               bool normalize, dense2D<double>& normals);
 // Node curvatures of a parametric curve from derivative vectors at the nodes. curv is emptied,
@@ -314,7 +322,8 @@ VX4_TESSORA1D_API int sort(dense1D<double>& values, dense1D<unsigned>& ids);
 // metric length under sizes varying linearly between chain nodes, clamped to [nmin, nmax],
 // raised by one with force_fine when below the metric length, then made even when `even`. New
 // abscissas and sizes are appended (nodes N, N+1, ...) and chain[0], new nodes, chain[m-1]
-// appended to `out`. 0; -2 chain shorter than 2 or index >= N; -6 nmin = 0 or nmax < nmin.
+// appended to `out`. 0; -2 chain shorter than 2, index >= N or without a size; -6 nmin = 0 or
+// nmax < nmin. Nothing changes on a refusal; no new points when they cannot be stored.
 VX4_TESSORA1D_API int subdivide(dense1D<double>& abscissas, dense1D<double>& sizes, const dense1D<unsigned>& chain,
                                 bool force_fine, bool even, unsigned nmin, unsigned nmax, dense1D<unsigned>& out);
 

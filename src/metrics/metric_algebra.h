@@ -49,7 +49,9 @@ bool simultaneous_reduction_3d(const double A[6], const double B[6], bool normal
 void invert_3x3(const double A[9], double R[9], double& det);
 
 // Clamps the sizes of a 3-D metric into [hmin, hmax] (hmin <= 0: none; hmax <= 0: none).
-// True only when the metric changed and is still positive definite.
+// True only when the metric changed and is still positive definite; M is untouched when no
+// size moved or the clamped sizes are unusable, but rebuilt (and false) when only rounding
+// broke definiteness. hmax wins over hmin.
 bool bound_metric_sizes_3d(double M[6], double hmin, double hmax);
 // The same for a 2-D metric, through the closed-form eigen-analysis.
 bool bound_metric_sizes_2d(double M[3], double hmin, double hmax);
@@ -61,13 +63,29 @@ struct reduced_metric_pair_2d {
     double lambda0[2];
     double lambda1[2];
 };
+// The same record in 3-D: three common directions.
+struct reduced_metric_pair_3d {
+    double Q[9];
+    double lambda0[3];
+    double lambda1[3];
+};
+// Fills the record of the pair (M0, M1): normalized simultaneous reduction, Q (zeros in 2-D when
+// the directions are dependent) and lambda0_k = p_k^T M0 p_k, lambda1_k = mu_k lambda0_k.
+// False when the pair cannot be reduced (M0 not positive definite, for instance).
+bool reduce_metric_pair_2d(const double M0[3], const double M1[3], reduced_metric_pair_2d& record);
+bool reduce_metric_pair_3d(const double M0[6], const double M1[6], reduced_metric_pair_3d& record);
 // Metric at t between the two metrics of the record, linear in size along the common directions.
 bool interpolate_reduced_metric_2d(const reduced_metric_pair_2d& record, double t, double out[3]);
 // The whole 2-D interpolation: copies at t ~ 0 and t ~ 1, else reduction, record and
 // interpolate_reduced_metric_2d. out is left unwritten on failure.
 bool interpolate_metric_2d(double t, const double M0[3], const double M1[3], double out[3]);
-// The 3-D interpolation, same scheme.
+// The 3-D interpolation, same scheme; out is zeroed when an extrapolation (t outside [0, 1])
+// drives a size to zero or below, and left unwritten on any other failure.
 bool interpolate_metric_3d(double t, const double M0[6], const double M1[6], double out[6]);
+
+// True when every entry is finite and the metric is strictly positive definite.
+bool is_valid_metric_2d(const double M[3]);
+bool is_valid_metric_3d(const double M[6]);
 
 // The six packed values of column j of a 6-row metric field.
 void get_metric_column_3d(const dense2D<double>& field, unsigned j, double out[6]);

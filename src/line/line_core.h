@@ -1,0 +1,116 @@
+// The polyline meshing core, shared by mesh_line, the refinement stage and the single pass
+// that the spline mesher runs on its fine sample polyline. One template over the space
+// dimension (2, 3) and the field kind (isotropic sizes, anisotropic metrics); the four
+// combinations are instantiated in line_core.cpp and line_refinement.cpp.
+#pragma once
+
+#include <vx4/math1.h>
+
+#include <cstddef>
+
+namespace vx4 {
+namespace tessora1d {
+namespace detail {
+
+// Field kinds: one size per node, or one packed symmetric metric per node.
+struct isotropic_sizes {};
+struct anisotropic_metrics {};
+
+// Values stored per node for a field kind: 1 size, 3 (2-D) or 6 (3-D) packed metric entries.
+template <unsigned Dim, class Kind>
+struct field_width {
+    static constexpr unsigned value = 1;
+};
+template <unsigned Dim>
+struct field_width<Dim, anisotropic_metrics> {
+    static constexpr unsigned value = Dim * (Dim + 1) / 2;
+};
+
+// A polyline read in place: node i is column map[i] of `coords` (column i when map is null),
+// with parameter params[i] and its size or metric at fields + i * field_ld.
+struct node_source {
+    const double* coords = nullptr;
+    std::size_t ld = 0;
+    const unsigned* map = nullptr;
+    const double* params = nullptr;
+    const double* fields = nullptr;
+    std::size_t field_ld = 0;
+    unsigned n = 0;
+
+    const double* point(unsigned i) const { return coords + (map ? map[i] : i) * ld; }
+    const double* field(unsigned i) const { return fields + i * field_ld; }
+    // Nodes first .. last (inclusive) as a polyline of their own.
+    node_source part(unsigned first, unsigned last) const {
+        node_source s = *this;
+        if (map) s.map = map + first;
+        else s.coords = coords + first * ld;
+        s.params = params + first;
+        s.fields = fields + first * field_ld;
+        s.n = last - first + 1;
+        return s;
+    }
+};
+
+// The caller's polyline: its coordinates (needed whole by the curvature query), its node list
+// and, through `nodes`, the same data as raw pointers.
+struct polyline_ref {
+    const dense2D<double>* pos = nullptr;
+    dense1D<unsigned> indices;
+    node_source nodes;
+
+    // Nodes first .. last (inclusive), sharing the caller's storage.
+    polyline_ref part(unsigned first, unsigned last) const {
+        polyline_ref p;
+        p.pos = pos;
+        p.indices = indices.sub_vector(first, last - first + 1);
+        p.nodes = nodes.part(first, last);
+        return p;
+    }
+};
+
+// Element-count bounds and the chordal control of one meshing call.
+struct line_options {
+    bool even = false;
+    unsigned nmin = 1;
+    unsigned nmax = 4294967295u;
+    double chordal = 0.0;
+    double hmin = 0.0;
+};
+
+// A meshed chain held locally until it is committed: E + 1 nodes whose ends are the
+// polyline's end nodes. `indices` is filled only once the chain is numbered in the caller's
+// coordinates (the new nodes then take consecutive columns in chain order).
+struct line_chain {
+    dense1D<unsigned> indices; // E + 1, caller numbering
+    dense2D<double> points;    // Dim x (new node count), in chain order
+    dense1D<double> params;    // E + 1
+    dense2D<double> fields;    // width x (E + 1)
+    unsigned elements() const { return params.size() > 0 ? params.size() - 1 : 0; }
+};
+
+// One placement pass over `line`: measures it, chooses E and rewrites `points` (Dim x E-1),
+// `params` (E-1) and `fields` (width x E-1) with the interior nodes. `running` is scratch for
+// the running metric lengths. 0, or -199 when a buffer cannot be sized.
+template <unsigned Dim, class Kind>
+int mesh_line_pass_on(const node_source& line, bool even, unsigned nmin, unsigned nmax, dense1D<double>& running,
+                      dense2D<double>& points, dense1D<double>& params, dense2D<double>& fields);
+
+// The whole core: curvature limit (chordal < 0), then passes until the node count stops
+// falling or reaches nmin. Fills points, params and fields of `chain` (not its indices).
+// 0, or -199 (or the code of the curvature query) on failure; `chain` is then unspecified.
+template <unsigned Dim, class Kind>
+int mesh_line_core(const polyline_ref& line, const line_options& options, line_chain& chain);
+
+// Numbers a core's chain in the caller's coordinates: first, first_new, first_new + 1, ..., last.
+bool number_chain(line_chain& chain, unsigned first, unsigned first_new, unsigned last);
+
+// The refinement stage (chordal > 0): splits the polyline where the numbered chain strays from
+// it and meshes the parts again, until every interior polyline node lies within the tolerance.
+// Replaces `chain` with the joined, renumbered result; keeps it when refinement is not needed
+// or when a re-meshing part cannot be allocated. Always 0.
+template <unsigned Dim, class Kind>
+int refine_line(const polyline_ref& line, const line_options& options, unsigned first_new, line_chain& chain);
+
+} // namespace detail
+} // namespace tessora1d
+} // namespace vx4

@@ -1,0 +1,100 @@
+#include <vx4/tessora1d.h>
+
+#include "extrusion/rotation_from_vector.h"
+#include "test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace vx4;
+using tessora1d::extrude_rotate;
+using V2 = vector_fixed<double, 2>;
+using V3 = vector_fixed<double, 3>;
+
+namespace {
+const double pi = std::acos(-1.0);
+}
+
+TEST(ExtrudeRotate, PlanarTurnFollowsTheAngleSign) {
+    dense2D<double> coords;
+    dense1D<unsigned> ids;
+    ASSERT_EQ(extrude_rotate(coords, V2{{1, 0}}, V2{{0, 0}}, pi / 2, 2u, ids), 0);
+    ASSERT_EQ(coords.cols(), 3u);
+    EXPECT_DOUBLE_EQ(coords(0, 1), std::sqrt(0.5));
+    EXPECT_DOUBLE_EQ(coords(1, 1), std::sqrt(0.5));
+    EXPECT_DOUBLE_EQ(coords(1, 2), 1.0);
+    // Clockwise from node 1 about (0, sqrt 0.5): the node passes below the centre.
+    ASSERT_EQ(extrude_rotate(coords, 1u, V2{{0, std::sqrt(0.5)}}, -pi / 2, 1u, ids), 0);
+    EXPECT_NEAR(coords(1, 3), 0.0, 1e-15);
+    EXPECT_EQ(ids.size(), 5u);
+}
+
+TEST(ExtrudeRotate, GradedPlanarArcKeepsItsRadiusWithGrowingSteps) {
+    dense2D<double> coords;
+    dense1D<unsigned> ids;
+    // Quarter circle, metric length 15.71 rounds to 16 (15.71^2 > 15 * 16).
+    ASSERT_EQ(extrude_rotate(coords, V2{{1, 0}}, V2{{0, 0}}, pi / 2, 0.1, 0.1, false, ids), 0);
+    EXPECT_EQ(coords.cols(), 17u);
+
+    coords.clear();
+    ASSERT_EQ(extrude_rotate(coords, V2{{3, 1}}, V2{{1, 1}}, 3.0, 0.05, 0.5, false, ids), 0);
+    double angle = 0.0, step = 0.0;
+    for (unsigned j = 1; j < coords.cols(); ++j) {
+        const double x = coords(0, j) - 1, y = coords(1, j) - 1;
+        EXPECT_NEAR(std::hypot(x, y), 2.0, 1e-12);
+        EXPECT_GT(std::atan2(y, x) - angle, step);
+        step = std::atan2(y, x) - angle;
+        angle += step;
+    }
+    EXPECT_NEAR(angle, 3.0, 1e-12);
+}
+
+TEST(ExtrudeRotate, SpatialArcTurnsRightHandedAboutTheAxis) {
+    dense2D<double> coords;
+    dense1D<unsigned> ids;
+    ASSERT_EQ(extrude_rotate(coords, V3{{1, 0, 0}}, V3{{0, 0, 0}}, V3{{0, 0, pi}}, 4u, ids), 0);
+    for (unsigned j = 0; j < 5; ++j) {
+        EXPECT_NEAR(coords(0, j), std::cos(j * pi / 4), 1e-14);
+        EXPECT_NEAR(coords(1, j), std::sin(j * pi / 4), 1e-14);
+    }
+    // Off the origin, about a unit axis by 1 radian with an even count: every node keeps its
+    // height along the axis and its distance from it.
+    dense2D<double> c = vx4test::columns<double>(3, {2, -1, 4});
+    const V3 C{{1, 1, 1}}, W{{2.0 / 3, 2.0 / 3, 1.0 / 3}};
+    ASSERT_EQ(extrude_rotate(c, 0u, C, W, 0.2, 0.1, true, ids), 0);
+    EXPECT_EQ(c.cols() % 2, 1u);
+    for (unsigned j = 0; j < c.cols(); ++j) {
+        const double r[3] = {c(0, j) - C[0], c(1, j) - C[1], c(2, j) - C[2]};
+        const double along = r[0] * W[0] + r[1] * W[1] + r[2] * W[2];
+        EXPECT_NEAR(along, 1.0 / 3, 1e-12);
+        EXPECT_NEAR(r[0] * r[0] + r[1] * r[1] + r[2] * r[2], 14.0, 1e-12);
+    }
+}
+
+TEST(ExtrudeRotate, ReportsCodesByArgumentPositionAndDropsTheStartColumn) {
+    dense2D<double> c2(2, 1, 1.0), c3(3, 1, 0.0);
+    dense1D<unsigned> ids;
+    EXPECT_EQ(extrude_rotate(c3, 0u, V2{{0, 0}}, 1.0, 2u, ids), -1);
+    EXPECT_EQ(extrude_rotate(c2, 1u, V2{{0, 0}}, 1.0, 2u, ids), -2);
+    EXPECT_EQ(extrude_rotate(c2, 0u, V2{{0, 0}}, 0.0, 1.0, 1.0, false, ids), -3);
+    EXPECT_EQ(extrude_rotate(c2, V2{{1, 0}}, V2{{1, 0}}, 1.0, 1.0, 1.0, false, ids), -3);
+    EXPECT_EQ(extrude_rotate(c3, 0u, V3{{0, 0, 5}}, V3{{0, 0, 1}}, 1.0, 1.0, false, ids), -3);
+    EXPECT_EQ(extrude_rotate(c3, V3{{1, 0, 0}}, V3{{0, 0, 0}}, V3{{0, 0, 0}}, 1.0, 1.0, false, ids), -3);
+    EXPECT_EQ(extrude_rotate(c2, V2{{1, 0}}, V2{{0, 0}}, 1.0, 0.0, 1.0, false, ids), -5);
+    EXPECT_EQ(extrude_rotate(c3, V3{{1, 0, 0}}, V3{{0, 0, 0}}, V3{{0, 0, 1}}, 1.0, 0.0, false, ids), -6);
+    {
+        vx4test::failing_allocations guard(1); // the index list cannot be reserved
+        EXPECT_EQ(extrude_rotate(c2, V2{{1, 0}}, V2{{0, 0}}, 1.0, 4u, ids), -199);
+    }
+    EXPECT_EQ(c2.cols() + c3.cols() + ids.size(), 2u);
+}
+
+TEST(RotationFromVector, SeriesMeetsTheClosedFormAtTheSwitch) {
+    using tessora1d::detail::rodrigues_factors_of;
+    const auto series = rodrigues_factors_of(0.1), closed = rodrigues_factors_of(0.1000001);
+    EXPECT_NEAR(series.a, std::sin(0.1) / 0.1, 1e-16);
+    EXPECT_NEAR(series.b, (1 - std::cos(0.1)) / 0.01, 1e-14);
+    EXPECT_NEAR(closed.a, std::sin(0.1000001) / 0.1000001, 1e-16);
+    EXPECT_NEAR(series.b, closed.b, 1e-8); // b changes by about 1e-9 over the gap
+}
