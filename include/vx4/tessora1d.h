@@ -170,8 +170,8 @@ VX4_TESSORA1D_API int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& i
                                 dense1D<unsigned>& out_indices, dense1D<double>& out_params,
                                 dense1D<double>& out_sizes);
 // Without parameters: chord-length parameters in [0, 1] are built and the full form called;
-// codes below -3 are shifted up by one (-3 metrics, -5 counts, -10 out_metrics), and -2 also
-// means a polyline of zero length.
+// every code below -3 is shifted up by one (-3 metrics, -5 counts, -10 out_metrics, and -198
+// when pos cannot grow), and -2 also means a polyline of zero length.
 VX4_TESSORA1D_API int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices,
                                 const dense2D<double>& metrics, bool even, unsigned nmin, unsigned nmax,
                                 double chordal, double hmin, dense1D<unsigned>& out_indices,
@@ -224,7 +224,7 @@ VX4_TESSORA1D_API int spline_point(const dense2D<double>& coords, unsigned P0, u
 // tangents) under the given metrics, a chordal error (> 0 absolute, < 0 relative to the radius,
 // 0 none), a minimum size, a background size and a gradation limit. Appends the chain to
 // `out_indices`, its parameters in [0, 1] to `out_params` and its metrics to `out_metrics`;
-// `deviation` receives the largest distance between the curve and the chain's chords.
+// `deviation` receives the largest distance between the curve and the chords of `chain`.
 // Codes: -1 coords rows; -2 chain shorter than 4 or index out of range; -3 metrics; -5 counts;
 // -8 hmin < 0; -13 out_metrics of the wrong shape.
 VX4_TESSORA1D_API int mesh_spline(dense2D<double>& coords, const dense1D<unsigned>& chain,

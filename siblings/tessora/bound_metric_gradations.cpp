@@ -1,5 +1,6 @@
 #include <vx4/tessora.h>
 
+#include "geometry/column_distance.h"
 #include "metrics/metric_algebra.h"
 
 #include <cmath>
@@ -32,15 +33,6 @@ void for_each_edge(const dense2D<unsigned>& connectivity, F&& f) {
     for (unsigned e = 0; e < connectivity.cols(); ++e)
         for (unsigned k = 0; k + 1 < connectivity.rows(); ++k)
             f(node_along(connectivity, e, k), node_along(connectivity, e, k + 1));
-}
-
-double distance(const dense2D<double>& coordinates, unsigned a, unsigned b) {
-    double sum = 0.0;
-    for (unsigned i = 0; i < coordinates.rows(); ++i) {
-        const double d = coordinates(i, b) - coordinates(i, a);
-        sum += d * d;
-    }
-    return std::sqrt(sum);
 }
 
 // Directed edges in compressed form: node a bounds targets[first[a] .. first[a + 1]).
@@ -163,7 +155,7 @@ int grade_sizes(const dense2D<double>& coordinates, const edge_graph& graph, dou
         for (unsigned e = graph.first[a]; e < graph.first[a + 1]; ++e) {
             const unsigned b = graph.targets[e];
             if (!graph.changeable(b)) continue;
-            const double bound = sizes[a] + growth * distance(coordinates, a, b);
+            const double bound = sizes[a] + growth * tessora1d::detail::column_distance(coordinates, a, b);
             if (bound < sizes[b]) {
                 sizes[b] = bound;
                 heap.lowered(b);

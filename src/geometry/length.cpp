@@ -1,22 +1,14 @@
 #include <vx4/tessora.h>
 #include <vx4/tessora1d.h>
 
+#include "geometry/column_distance.h"
+
 #include <cmath>
 
 namespace vx4 {
 namespace tessora1d {
 
 namespace {
-
-// Euclidean distance between two node columns over every row of X.
-double node_distance(const dense2D<double>& X, unsigned a, unsigned b) {
-    double sq = 0.0;
-    for (unsigned r = 0; r < X.rows(); ++r) {
-        const double d = X(r, b) - X(r, a);
-        sq += d * d;
-    }
-    return std::sqrt(sq);
-}
 
 bool is_space_dimension(unsigned rows) { return rows == 2 || rows == 3; }
 
@@ -31,7 +23,7 @@ int length(const dense2D<double>& coords, const dense1D<unsigned>& nodes, double
     // A bad index stops the walk; the length summed up to it is left in len on purpose.
     for (unsigned i = 1; i < nodes.size(); ++i) {
         if (nodes[i] >= ncols) return -2;
-        len += node_distance(coords, nodes[i - 1], nodes[i]);
+        len += detail::column_distance(coords, nodes[i - 1], nodes[i]);
     }
     return 0;
 }
@@ -41,7 +33,7 @@ int length(const dense2D<double>& coords, const dense2D<unsigned>& connectE2, do
     if (!is_space_dimension(coords.rows())) return -1;
     if (!tessora::check_IDs(connectE2, edge2, coords.cols())) return -2;
     if (connectE2.empty()) return 0;
-    for (unsigned e = 0; e < connectE2.cols(); ++e) len += node_distance(coords, connectE2(0, e), connectE2(1, e));
+    for (unsigned e = 0; e < connectE2.cols(); ++e) len += detail::column_distance(coords, connectE2(0, e), connectE2(1, e));
     return 0;
 }
 

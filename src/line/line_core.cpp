@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 namespace vx4 {
 namespace tessora1d {
@@ -29,24 +30,6 @@ struct metric_ops<2> {
     }
     static bool bound(double* M, double hmin, double hmax) { return bound_metric_sizes_2d(M, hmin, hmax); }
 
-    // interpolate_metric_2d between the end metrics of one edge, reducing the pair only once
-    // however many nodes the edge receives (the result is the same).
-    class edge_interpolation {
-    public:
-        bool at(double x, const double* M0, const double* M1, double* out) {
-            if (std::fabs(x) < 1e-12 || std::fabs(1.0 - x) < 1e-12)
-                return interpolate_metric_2d(x, M0, M1, out); // a plain copy of an end
-            if (state_ == 0) state_ = reduce_metric_pair_2d(M0, M1, record_) ? 1 : -1;
-            double result[3];
-            if (state_ < 0 || !interpolate_reduced_metric_2d(record_, x, result)) return false;
-            std::memcpy(out, result, sizeof result);
-            return true;
-        }
-
-    private:
-        int state_ = 0; // 0 not reduced yet, 1 reduced, -1 cannot be reduced
-        reduced_metric_pair_2d record_{};
-    };
 };
 
 template <>
@@ -56,13 +39,44 @@ struct metric_ops<3> {
                2.0 * (M[1] * v[0] * v[1] + M[3] * v[0] * v[2] + M[4] * v[1] * v[2]);
     }
     static bool bound(double* M, double hmin, double hmax) { return bound_metric_sizes_3d(M, hmin, hmax); }
+};
 
-    class edge_interpolation {
-    public:
-        bool at(double x, const double* M0, const double* M1, double* out) {
-            return interpolate_metric_3d(x, M0, M1, out);
-        }
-    };
+// The metric interpolation between the end metrics of one edge, reducing the pair only once
+// however many nodes the edge receives (the result is that of interpolate_metric_2d / _3d).
+template <unsigned Dim>
+class edge_interpolation {
+public:
+    bool at(double x, const double* M0, const double* M1, double* out) {
+        if (std::fabs(x) < 1e-12 || std::fabs(1.0 - x) < 1e-12) return interpolate_ends(x, M0, M1, out);
+        if (state_ == 0) state_ = reduce(M0, M1, record_) ? 1 : -1;
+        double result[Dim * (Dim + 1) / 2];
+        if (state_ < 0 || !interpolate(record_, x, result)) return false;
+        std::memcpy(out, result, sizeof result);
+        return true;
+    }
+
+private:
+    using record_type = typename std::conditional<Dim == 2, reduced_metric_pair_2d, reduced_metric_pair_3d>::type;
+    static bool reduce(const double* M0, const double* M1, reduced_metric_pair_2d& r) {
+        return reduce_metric_pair_2d(M0, M1, r);
+    }
+    static bool reduce(const double* M0, const double* M1, reduced_metric_pair_3d& r) {
+        return reduce_metric_pair_3d(M0, M1, r);
+    }
+    static bool interpolate(const reduced_metric_pair_2d& r, double x, double* out) {
+        return interpolate_reduced_metric_2d(r, x, out);
+    }
+    static bool interpolate(const reduced_metric_pair_3d& r, double x, double* out) {
+        return interpolate_reduced_metric_3d(r, x, out);
+    }
+    // At an end the metric is copied as it is.
+    static bool interpolate_ends(double x, const double* M0, const double* M1, double* out) {
+        if (Dim == 2) return interpolate_metric_2d(x, M0, M1, out);
+        return interpolate_metric_3d(x, M0, M1, out);
+    }
+
+    int state_ = 0; // 0 not reduced yet, 1 reduced, -1 cannot be reduced
+    record_type record_{};
 };
 
 // What differs between the field kinds: the metric length of an edge, the grading that places
@@ -99,7 +113,7 @@ struct field_rules<Dim, anisotropic_metrics> {
         const double* M1;
         double l0, l1;
         bool graded;
-        typename metric_ops<Dim>::edge_interpolation between;
+        edge_interpolation<Dim> between;
     };
     static grading edge_grading(const double* v, const double* f0, const double* f1) {
         const double q0 = metric_ops<Dim>::form(f0, v), q1 = metric_ops<Dim>::form(f1, v);

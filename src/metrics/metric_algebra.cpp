@@ -479,6 +479,10 @@ bool interpolate_reduced_metric_2d(const reduced_metric_pair_2d& record, double 
     return interpolate_in_common_frame<2>(record.Q, record.lambda0, record.lambda1, t, out);
 }
 
+bool interpolate_reduced_metric_3d(const reduced_metric_pair_3d& record, double t, double out[6]) {
+    return interpolate_in_common_frame<3>(record.Q, record.lambda0, record.lambda1, t, out);
+}
+
 bool interpolate_metric_2d(double t, const double M0[3], const double M1[3], double out[3]) {
     if (std::fabs(t) < relative_tolerance) {
         for (unsigned i = 0; i < 3; ++i) out[i] = M0[i];
@@ -507,7 +511,7 @@ bool interpolate_metric_3d(double t, const double M0[6], const double M1[6], dou
     }
     reduced_metric_pair_3d record;
     if (!reduce_metric_pair_3d(M0, M1, record)) return false;
-    return interpolate_in_common_frame<3>(record.Q, record.lambda0, record.lambda1, t, out);
+    return interpolate_reduced_metric_3d(record, t, out);
 }
 
 bool is_valid_metric_2d(const double M[3]) { return is_valid_metric<2>(M); }

@@ -76,6 +76,7 @@ bool reduce_metric_pair_2d(const double M0[3], const double M1[3], reduced_metri
 bool reduce_metric_pair_3d(const double M0[6], const double M1[6], reduced_metric_pair_3d& record);
 // Metric at t between the two metrics of the record, linear in size along the common directions.
 bool interpolate_reduced_metric_2d(const reduced_metric_pair_2d& record, double t, double out[3]);
+bool interpolate_reduced_metric_3d(const reduced_metric_pair_3d& record, double t, double out[6]);
 // The whole 2-D interpolation: copies at t ~ 0 and t ~ 1, else reduction, record and
 // interpolate_reduced_metric_2d. out is left unwritten on failure.
 bool interpolate_metric_2d(double t, const double M0[3], const double M1[3], double out[3]);

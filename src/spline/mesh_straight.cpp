@@ -1,6 +1,8 @@
 #include <vx4/tessora.h>
 #include <vx4/tessora1d.h>
 
+#include "geometry/column_distance.h"
+
 #include <cmath>
 
 namespace vx4 {
@@ -10,16 +12,6 @@ namespace {
 
 constexpr double largest_double = 1.7976931348623157e308;
 constexpr unsigned largest_unsigned = 4294967295u;
-
-// Euclidean distance between two columns over every row present.
-double column_distance(const dense2D<double>& coords, unsigned a, unsigned b) {
-    double sq = 0.0;
-    for (unsigned r = 0; r < coords.rows(); ++r) {
-        const double d = coords(r, b) - coords(r, a);
-        sq += d * d;
-    }
-    return std::sqrt(sq);
-}
 
 // The segment's two sizes, or the metric block that starts k rows down (cut at the matrix edge,
 // so for k >= 1 it is short and mesh_line refuses it).
@@ -88,7 +80,7 @@ int mesh_straight(dense2D<double>& coords, const dense1D<unsigned>& chain, unsig
     const unsigned n = chain.size();
     if (n < 2 || !tessora::check_IDs(chain, coords.cols())) return -2;
     double length = 0.0;
-    for (unsigned k = 0; k + 1 < n; ++k) length += column_distance(coords, chain[k], chain[k + 1]);
+    for (unsigned k = 0; k + 1 < n; ++k) length += detail::column_distance(coords, chain[k], chain[k + 1]);
     // A short size list (memory) is refused by the size checks that follow.
     const dense1D<double> sizes(n, length / static_cast<double>(count));
     return mesh_straight(coords, chain, sizes, even, out);
@@ -98,7 +90,7 @@ int mesh_straight(dense2D<double>& coords, unsigned a, unsigned b, unsigned coun
     if (count == 0) return 0;
     if (a >= coords.cols()) return -2;
     if (b >= coords.cols()) return -3;
-    const double h = column_distance(coords, a, b) / static_cast<double>(count);
+    const double h = detail::column_distance(coords, a, b) / static_cast<double>(count);
     return mesh_straight(coords, a, b, h, h, false, out);
 }
 
