@@ -15,28 +15,23 @@ struct mesh {
         vx4::tessora::get_neighbors(c, vx4::edge2, false, n);
     }
     bool consistent() const { // every edge ends where its neighbour across the end starts
-        for (unsigned e = 0; e < c.cols(); ++e)
-            if (n(0, e) < c.cols() && c(1, e) != c(0, n(0, e))) return false;
+        for (unsigned e = 0; e < c.cols(); ++e) if (n(0, e) < c.cols() && c(1, e) != c(0, n(0, e))) return false;
         return true;
     }
 };
 
-TEST(MeshReorient, TurnsChainsAndLoopsAgainstTheStartElement) {
+TEST(MeshReorient, OrientsChainsAndLoopsFromTheStartElementAndFurtherComponentsOnlyWhenAllIsSet) {
     mesh from0{0, 1, 2, 1, 2, 3}, from1{0, 1, 2, 1, 2, 3}, loop{0, 1, 2, 1, 2, 3, 0, 3};
     EXPECT_EQ(mesh_reorient(from0.c, from0.n, 0, 0), 1);
     EXPECT_EQ(mesh_reorient(from1.c, from1.n, 1, 0), 2);
     EXPECT_EQ(from1.c(0, 1), 2u); // the start element keeps its way
     EXPECT_EQ(mesh_reorient(loop.c, loop.n, 0, 1), 2);
     EXPECT_EQ(mesh_reorient(loop.c, loop.n, 2, 1), 0);
-    EXPECT_TRUE(from0.consistent() && from1.consistent() && loop.consistent());
-}
-
-TEST(MeshReorient, FurtherComponentsOnlyWhenAllIsSet) {
-    mesh m{0, 1, 2, 1, 5, 6, 7, 6};
-    EXPECT_EQ(mesh_reorient(m.c, m.n, 0, 0), 1);
-    EXPECT_EQ(m.c(0, 3), 7u);
-    EXPECT_EQ(mesh_reorient(m.c, m.n, 0, 1), 1);
-    EXPECT_TRUE(m.consistent());
+    mesh two{0, 1, 2, 1, 5, 6, 7, 6};
+    EXPECT_EQ(mesh_reorient(two.c, two.n, 0, 0), 1);
+    EXPECT_EQ(two.c(0, 3), 7u);
+    EXPECT_EQ(mesh_reorient(two.c, two.n, 0, 1), 1);
+    EXPECT_TRUE(from0.consistent() && from1.consistent() && loop.consistent() && two.consistent());
 }
 
 TEST(MeshReorient, RefusesBadInputAndMismatchedNeighbours) {

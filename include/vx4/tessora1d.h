@@ -188,8 +188,10 @@ VX4_TESSORA1D_API int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& i
 // Meshes every straight segment of `chain` with mesh_line and appends the stitched chain
 // (each shared node once) to `out`. The flag is mesh_line's `even`. Codes: -2 chain shorter
 // than 2 or an index out of range; -3 metrics too few, invalid or of the wrong row count;
-// or mesh_line's code, after which coords and out are rolled back. The metric block of
-// segment k is metrics.sub_matrix(k, 0, rows, 2), which is cut short (and refused) for k >= 1.
+// or mesh_line's code, after which coords and out get back their former column count and size
+// (a failure that appended nothing leaves the chain's last node in out's former last entry).
+// The metric block of segment k is metrics.sub_matrix(k, 0, rows, 2), cut short (and so
+// refused, -4) for k >= 1: the metric form meshes single segments.
 VX4_TESSORA1D_API int mesh_straight(dense2D<double>& coords, const dense1D<unsigned>& chain,
                                     const dense2D<double>& metrics, bool even, dense1D<unsigned>& out);
 // One size per chain entry; -3 sizes too few or invalid.
