@@ -483,15 +483,23 @@ bool interpolate_reduced_metric_3d(const reduced_metric_pair_3d& record, double 
     return interpolate_in_common_frame<3>(record.Q, record.lambda0, record.lambda1, t, out);
 }
 
+namespace {
+
+// At t within the tolerance of 0 or 1 the interpolation is a plain copy of that end's metric.
+template <unsigned Dim>
+bool copy_end_metric(double t, const double* M0, const double* M1, double* out) {
+    const double* end = std::fabs(t) < relative_tolerance         ? M0
+                        : std::fabs(1.0 - t) < relative_tolerance ? M1
+                                                                  : nullptr;
+    if (!end) return false;
+    for (unsigned i = 0; i < packed_size(Dim); ++i) out[i] = end[i];
+    return true;
+}
+
+} // namespace
+
 bool interpolate_metric_2d(double t, const double M0[3], const double M1[3], double out[3]) {
-    if (std::fabs(t) < relative_tolerance) {
-        for (unsigned i = 0; i < 3; ++i) out[i] = M0[i];
-        return true;
-    }
-    if (std::fabs(1.0 - t) < relative_tolerance) {
-        for (unsigned i = 0; i < 3; ++i) out[i] = M1[i];
-        return true;
-    }
+    if (copy_end_metric<2>(t, M0, M1, out)) return true;
     reduced_metric_pair_2d record;
     if (!reduce_metric_pair_2d(M0, M1, record)) return false;
     double result[3];
@@ -501,14 +509,7 @@ bool interpolate_metric_2d(double t, const double M0[3], const double M1[3], dou
 }
 
 bool interpolate_metric_3d(double t, const double M0[6], const double M1[6], double out[6]) {
-    if (std::fabs(t) < relative_tolerance) {
-        for (unsigned i = 0; i < 6; ++i) out[i] = M0[i];
-        return true;
-    }
-    if (std::fabs(1.0 - t) < relative_tolerance) {
-        for (unsigned i = 0; i < 6; ++i) out[i] = M1[i];
-        return true;
-    }
+    if (copy_end_metric<3>(t, M0, M1, out)) return true;
     reduced_metric_pair_3d record;
     if (!reduce_metric_pair_3d(M0, M1, record)) return false;
     return interpolate_reduced_metric_3d(record, t, out);
