@@ -35,6 +35,12 @@ TEST(ElementConstruction, BuildsEdgesAfterExistingColumnsAndChecksCountThenRows)
 TEST(ElementConstruction, OutputsStayUnchangedWhenMemoryIsShort) {
     dense2D<unsigned> c = columns<unsigned>(2, {1, 2}), c3 = columns<unsigned>(3, {1, 2, 3});
     const dense1D<unsigned> chain{0, 1, 2, 3, 4};
+    dense2D<unsigned> narrowed(3, 0);
+    narrowed.resize(2, 0); // empty, but still laid out 3 rows apart: the reserve alone is not enough
+    {
+        vx4test::failing_allocations guard(1);
+        EXPECT_EQ(tessora1d::indices_to_connectE2(chain, narrowed), -199);
+    }
     vx4test::failing_allocations guard(0);
     EXPECT_EQ(tessora1d::indices_to_connectE2(chain, c), -199);
     EXPECT_EQ(tessora1d::indices_to_connectE3(chain, c3), -199);

@@ -107,6 +107,13 @@ TEST(Dense2D, ReserveGuaranteesLaterResizes) {
         EXPECT_FALSE(m.resize(3, 101));
     }
     EXPECT_EQ(m.cols(), 100u);
+
+    // An empty matrix of another row count takes the reserved layout too.
+    dense2D<double> e(3, 0);
+    ASSERT_TRUE(e.reserve(2, 10));
+    failing_allocations guard;
+    EXPECT_TRUE(e.resize(2, 0));
+    EXPECT_TRUE(e.resize(2, 10));
 }
 
 TEST(Dense2D, SubMatrixIsAViewCutAtTheMatrixEdge) {

@@ -94,6 +94,11 @@ TEST(MetricAlgebra, SimultaneousReductionRecoversKnownCommonFrame) {
         EXPECT_NEAR(std::fabs(P[3 * k] * q[0] + P[3 * k + 1] * q[1] + P[3 * k + 2] * q[2]), 1.0, 1e-12);
     }
     EXPECT_FALSE(simultaneous_reduction_3d(indefinite, B, true, mu, P));
+    // An overflowing 2-D pair fails in the closed-form eigen-analysis and must not touch mu.
+    const double unit[3] = {1.0, 0.0, 1.0}, huge[3] = {1e300, 1e300, 1e300};
+    double mu2[2] = {7.0, 7.0}, P2[4];
+    EXPECT_FALSE(simultaneous_reduction_2d(unit, huge, true, mu2, P2));
+    expect_near(mu2, {7.0, 7.0}, 0.0);
 }
 
 TEST(MetricAlgebra, Invert3x3GivesInverseOfTransposeOrRawCofactors) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 using vx4::dense1D;
@@ -24,4 +25,13 @@ TEST(Sort, OrdersTheViewedValuesWithTheirIdentifiersOrRefuses) {
     vx4test::failing_allocations guard(0); // the work array cannot be had: lists kept
     EXPECT_EQ(sort(v21, ids21), -199);
     EXPECT_TRUE(v21[0] == 2.0 && ids21[0] == 2u);
+}
+
+TEST(Sort, NaNGoesLastWithoutDisturbingTheNumbers) {
+    // A NaN that compares equal to every number would leave this list as it is.
+    dense1D<double> v{1.0, 3.0, std::nan(""), 2.0};
+    dense1D<unsigned> id{0, 1, 2, 3};
+    ASSERT_EQ(sort(v, id), 0);
+    EXPECT_TRUE(v[0] == 1.0 && v[1] == 2.0 && v[2] == 3.0 && std::isnan(v[3]));
+    EXPECT_EQ(entries(id), (std::vector<unsigned>{0, 3, 1, 2}));
 }

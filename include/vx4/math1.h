@@ -352,6 +352,8 @@ private:
     bool reshape(unsigned rows, unsigned cols, const T* fill) {
         unsigned long long total = static_cast<unsigned long long>(rows) * cols;
         if (total > std::numeric_limits<unsigned>::max()) return false;
+        // An empty matrix stores nothing, so its layout is free: lay it out as reserve assumes.
+        if (size_ == 0) ld_ = rows_;
         if (rows == rows_ && rows_ != 0 && ld_ >= rows) {
             // Same rows: grow or shrink the column count in place.
             if (cols > column_capacity()) {
@@ -374,6 +376,7 @@ private:
         }
         if (rows < rows_ && cols == cols_) {
             // Fewer rows: every column keeps its leading entries where it is.
+            if (size_ == 0) ld_ = rows;
             rows_ = rows;
             size_ = rows * cols;
             return true;

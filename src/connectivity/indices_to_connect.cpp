@@ -13,9 +13,10 @@ bool grow_columns(dense2D<unsigned>& connect, unsigned rows, unsigned added, uns
     first = connect.empty() ? 0u : connect.cols();
     const unsigned long long total = static_cast<unsigned long long>(first) + added;
     if (total > std::numeric_limits<unsigned>::max()) return false;
-    if (!connect.reserve(rows, static_cast<unsigned>(total), 2)) return false;
-    connect.resize(rows, static_cast<unsigned>(total)); // cannot fail after the reserve
-    return true;
+    // The resize is checked too: an empty matrix that kept a wider leading dimension from an
+    // earlier shape is laid out with it and may need more than the reserve gave.
+    const unsigned cols = static_cast<unsigned>(total);
+    return connect.reserve(rows, cols, 2) && connect.resize(rows, cols);
 }
 
 } // namespace

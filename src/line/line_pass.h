@@ -14,7 +14,9 @@ namespace detail {
 // summed metric length rounded with the even/nmin/nmax rules. Rewrites `new_points` (pos rows x
 // E - 1 columns, in order along the line), `new_params` and `new_sizes` / `new_metrics` (E - 1
 // entries or columns) with the interior nodes only; the end nodes are the polyline's.
-// Returns 0, or -199 when an output cannot be sized. Inputs are assumed checked.
+// Returns 0, -199 when an output cannot be sized, or -1 (nothing written) for inputs the pass
+// cannot read: a dimension other than 2 or 3, fewer than 2 nodes, a node out of range, or too
+// few parameters, sizes or metric columns (metrics of the wrong row count included).
 int mesh_line_pass(const dense2D<double>& pos, const dense1D<unsigned>& polyline, const dense1D<double>& params,
                    const dense1D<double>& sizes, bool even, unsigned nmin, unsigned nmax,
                    dense2D<double>& new_points, dense1D<double>& new_params, dense1D<double>& new_sizes);

@@ -400,11 +400,12 @@ bool simultaneous_reduction_2d(const double A[3], const double B[3], bool normal
     const double C00 = B[0] * D;
     const double C01 = (B[1] * a - B[0] * b) * s;
     const double C11 = a * a * B[2] - (2.0 * B[1] * a - B[0] * b) * b;
-    double w[4];
-    if (!eigen_sym_2d(C00, C01, C11, false, mu, w)) return false;
+    // The eigen-analysis writes its values even when it fails; keep them off the outputs.
+    double values[2], w[4];
+    if (!eigen_sym_2d(C00, C01, C11, false, values, w)) return false;
     const double scale = 1.0 / (D * a);
     for (unsigned k = 0; k < 2; ++k) {
-        mu[k] *= scale;
+        mu[k] = values[k] * scale;
         const double w0 = w[2 * k], w1 = w[2 * k + 1];
         vectors[2 * k] = w0 * s - w1 * b;
         vectors[2 * k + 1] = w1 * a;

@@ -38,7 +38,8 @@ bool cholesky_3d(const double packed[6], double U[9]);
 // out += w * V^T A V, A packed, the three vectors of V its columns.
 void add_congruence_3d(double w, const double A[6], const double V[9], double out[6]);
 
-// Common eigenvectors and generalized eigenvalues mu of B p = mu A p (ascending).
+// Common eigenvectors and generalized eigenvalues mu of B p = mu A p (ascending); the outputs
+// are left untouched when the pair cannot be reduced.
 bool simultaneous_reduction_2d(const double A[3], const double B[3], bool normalize, double mu[2],
                                double vectors[4]);
 bool simultaneous_reduction_3d(const double A[6], const double B[6], bool normalize, double mu[3],

@@ -1,6 +1,7 @@
 #include <vx4/tessora1d.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace vx4 {
 namespace tessora1d {
@@ -13,8 +14,12 @@ struct keyed_id {
     unsigned id;
 };
 
+// Value order with NaN placed after every number: a NaN compares neither below nor above
+// anything, which would make the order cyclic and let the sort run past the array.
+bool value_before(double a, double b) { return a < b || (std::isnan(b) && !std::isnan(a)); }
+
 bool comes_before(const keyed_id& a, const keyed_id& b) {
-    return a.value < b.value || (!(b.value < a.value) && a.id < b.id);
+    return value_before(a.value, b.value) || (!value_before(b.value, a.value) && a.id < b.id);
 }
 
 // The largest work array whose byte size still fits 32 bits.
