@@ -8,14 +8,8 @@
 
 using namespace vx4;
 using vx4test::columns;
+using vx4test::entries;
 using U = std::vector<unsigned>;
-
-static U entries(const dense2D<unsigned>& m) {
-    U v;
-    for (unsigned j = 0; j < m.cols(); ++j)
-        for (unsigned i = 0; i < m.rows(); ++i) v.push_back(m(i, j));
-    return v;
-}
 
 TEST(ElementConstruction, BuildsEdgesAfterExistingColumnsAndChecksCountThenRows) {
     dense2D<unsigned> c = columns<unsigned>(2, {9, 8}), e3(3, 0), no_columns(3, 0);

@@ -174,7 +174,7 @@ TEST(BoundMetricGradations, ThreeDimensionalMetricFollowsAFineNeighbour) {
 TEST(BoundMetricGradations, ReportsArgumentCodesAndShortMemoryWithoutChangingAnything) {
     const auto x = columns<double>(2, {0.0, 0.0, 1.0, 0.0});
     const auto e = columns<unsigned>(2, {0, 1});
-    dense1D<double> h{1.0, 2.0}, nan_sizes{1.0, NAN};
+    dense1D<double> h{1.0, 2.0};
     auto m = columns<double>(3, {1.0, 0.0, 1.0, 1.0, 0.0, 1.0}), not_definite = columns<double>(3, {1, 0, 1, 1, 1, 1});
     EXPECT_EQ(ts::bound_metric_gradations(dense2D<double>(4, 2, 0.0), e, vx4::edge2, {}, true, 0, 1.2, m), -1);
     EXPECT_EQ(ts::bound_metric_gradations(x, columns<unsigned>(2, {0, 2}), vx4::edge2, {}, true, -1, 1.2, h), -2);
@@ -182,7 +182,6 @@ TEST(BoundMetricGradations, ReportsArgumentCodesAndShortMemoryWithoutChangingAny
     EXPECT_EQ(ts::bound_metric_gradations(x, e, vx4::edge2, dense1D<unsigned>{5}, true, -1, 1.2, h), -4);
     EXPECT_EQ(ts::bound_metric_gradations(x, e, vx4::edge2, {}, true, 0, 1.2, h), -6);
     EXPECT_EQ(ts::bound_metric_gradations(x, e, vx4::edge2, {}, true, -1, 0.9, h), -7);
-    EXPECT_EQ(ts::bound_metric_gradations(x, e, vx4::edge2, {}, true, -1, 1.2, nan_sizes), -8);
     EXPECT_EQ(ts::bound_metric_gradations(x, e, vx4::edge2, {}, true, 0, 1.2, not_definite), -8);
     EXPECT_EQ(ts::bound_metric_gradations(x, dense2D<unsigned>(), vx4::edge2, {}, true, -1, 1.2, h), 0);
     for (long k = 0; k < 3; ++k) {

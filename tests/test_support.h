@@ -4,6 +4,7 @@
 #include <vx4/math1.h>
 
 #include <initializer_list>
+#include <vector>
 
 namespace vx4test {
 
@@ -26,6 +27,22 @@ vx4::dense2D<T> columns(unsigned rows, std::initializer_list<T> entries) {
         ++k;
     }
     return m;
+}
+
+// The indices 0 .. n-1.
+inline vx4::dense1D<unsigned> iota(unsigned n) {
+    vx4::dense1D<unsigned> v(n);
+    for (unsigned i = 0; i < n; ++i) v[i] = i;
+    return v;
+}
+
+// The entries of a matrix column by column.
+template <class T>
+std::vector<T> entries(const vx4::dense2D<T>& m) {
+    std::vector<T> v;
+    for (unsigned j = 0; j < m.cols(); ++j)
+        for (unsigned i = 0; i < m.rows(); ++i) v.push_back(m(i, j));
+    return v;
 }
 
 } // namespace vx4test
