@@ -125,6 +125,26 @@ int mesh_polyline(dense2D<double>& pos, const detail::polyline_ref& line, const 
                            : mesh_polyline<3, Kind>(pos, line, options, chain);
 }
 
+// The chain's fields in the caller's form: metric columns, or one size per node.
+bool append_field(dense2D<double>& out, const dense2D<double>& fields) { return append_columns(out, fields); }
+bool append_field(dense1D<double>& out, const dense2D<double>& fields) {
+    return append_entries(out, fields.data(), fields.cols());
+}
+
+// Meshes the checked polyline and appends the chain to the outputs. A failed growth leaves
+// that output short; it is not reported.
+template <class Kind, class OutField>
+int mesh_and_append(dense2D<double>& pos, const detail::polyline_ref& line, const detail::line_options& options,
+                    dense1D<unsigned>& out_indices, dense1D<double>& out_params, OutField& out_field) {
+    detail::line_chain chain;
+    const int result = mesh_polyline<Kind>(pos, line, options, chain);
+    if (result != 0) return result;
+    append_field(out_field, chain.fields);
+    append_entries(out_indices, chain.indices.data(), chain.indices.size());
+    append_entries(out_params, chain.params.data(), chain.params.size());
+    return 0;
+}
+
 // Chord-length parameters in [0, 1] for the overloads without parameters, then the full call;
 // its codes below -3 move up by one to name this overload's argument places.
 template <class Field, class OutField>
@@ -172,15 +192,8 @@ int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dens
     if (!out_metrics.empty() && out_metrics.rows() != width) return -11;
 
     const detail::polyline_ref line = read_polyline(pos, indices, params, first_n.data(), first_n.ld());
-    detail::line_chain chain;
-    const int result = mesh_polyline<detail::anisotropic_metrics>(pos, line, read_options(even, nmin, nmax, chordal, hmin),
-                                                                  chain);
-    if (result != 0) return result;
-    // A failed growth leaves that output short; it is not reported.
-    append_columns(out_metrics, chain.fields);
-    append_entries(out_indices, chain.indices.data(), chain.indices.size());
-    append_entries(out_params, chain.params.data(), chain.params.size());
-    return 0;
+    return mesh_and_append<detail::anisotropic_metrics>(pos, line, read_options(even, nmin, nmax, chordal, hmin),
+                                                        out_indices, out_params, out_metrics);
 }
 
 int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dense1D<double>& params,
@@ -194,14 +207,8 @@ int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dens
     if (nmin == 0 || nmax < nmin) return -6;
 
     const detail::polyline_ref line = read_polyline(pos, indices, params, sizes.data(), 1);
-    detail::line_chain chain;
-    const int result =
-        mesh_polyline<detail::isotropic_sizes>(pos, line, read_options(even, nmin, nmax, chordal, hmin), chain);
-    if (result != 0) return result;
-    append_entries(out_sizes, chain.fields.data(), chain.fields.cols());
-    append_entries(out_indices, chain.indices.data(), chain.indices.size());
-    append_entries(out_params, chain.params.data(), chain.params.size());
-    return 0;
+    return mesh_and_append<detail::isotropic_sizes>(pos, line, read_options(even, nmin, nmax, chordal, hmin),
+                                                    out_indices, out_params, out_sizes);
 }
 
 int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dense2D<double>& metrics, bool even,
