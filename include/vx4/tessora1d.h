@@ -12,6 +12,8 @@
 
 #include <vx4/math1.h>
 
+#include <limits>
+
 #if defined(_WIN32)
 #define VX4_TESSORA1D_API
 #else
@@ -20,6 +22,11 @@
 
 namespace vx4 {
 namespace tessora1d {
+
+// A count bound that sets no bound (nmax, node-count checks): the largest unsigned value.
+inline constexpr unsigned no_count_bound = std::numeric_limits<unsigned>::max();
+// A size or tolerance that sets no limit: the largest finite double.
+inline constexpr double no_limit = std::numeric_limits<double>::max();
 
 // The library's version text, "5.3.0.0".
 VX4_TESSORA1D_API const char* version();
