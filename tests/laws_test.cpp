@@ -35,6 +35,23 @@ void expect_valid_law(const dense1D<double>& x, const dense1D<double>& h, unsign
 
 double rel(double a, double b) { return std::fabs(a - b) / std::fabs(b); }
 
+// Vinokur's two-sided stretching as printed, for end slopes t0, t1 per cell; the root of
+// sinh(y)/y = B (or sin(y)/y = B) by plain bisection.
+double textbook_vinokur(double xi, unsigned n, double t0, double t1) {
+    const double A = std::sqrt(t1 / t0), B = 1.0 / (n * std::sqrt(t0 * t1));
+    const bool hyperbolic = B > 1.0;
+    double lo = 1e-9, hi = hyperbolic ? 700.0 : 3.14159265358979;
+    for (int k = 0; k < 200; ++k) {
+        const double y = 0.5 * (lo + hi);
+        const double f = (hyperbolic ? std::sinh(y) : std::sin(y)) / y - B;
+        ((f > 0.0) == hyperbolic ? hi : lo) = y;
+    }
+    const double y = 0.5 * (lo + hi);
+    const double u = hyperbolic ? 0.5 + std::tanh(y * (xi - 0.5)) / (2.0 * std::tanh(0.5 * y))
+                                : 0.5 + std::tan(y * (xi - 0.5)) / (2.0 * std::tan(0.5 * y));
+    return u / (A + (1.0 - A) * u);
+}
+
 // Independent geometric sum, term by term.
 double geometric_sum(double first, double ratio, unsigned n) {
     double s = 0.0, t = first;
@@ -189,6 +206,18 @@ TEST(TanhLaw, EndElementsEqualTheRequestedSizes) {
     }
 }
 
+TEST(TanhLaw, NodesFollowVinokursFormulaForItsEndSlopes) {
+    // The end sizes are the slopes t0, t1 of the printed formula: rebuilding it from them gives the nodes.
+    struct { unsigned n; double s0, s1; } cases[] = {{40, 1e-4, 1e-2}, {25, 0.03, 0.08}, {12, 0.2, 0.05}};
+    for (const auto& c : cases) {
+        dense1D<double> x, h;
+        ASSERT_EQ(laws::tanh_stretching(c.n, c.s0, c.s1, x, h), 0);
+        for (unsigned i = 0; i <= c.n; ++i)
+            EXPECT_NEAR(x[i], textbook_vinokur(static_cast<double>(i) / c.n, c.n, h[0], h[c.n]), 1e-9)
+                << c.n << ' ' << c.s0 << ' ' << i;
+    }
+}
+
 TEST(AllLaws, SizesAreTheLocalSpacing) {
     // The size at an interior node is the law's slope: close to the central difference of fractions.
     const std::vector<std::pair<std::string, law_call>> smooth = {
@@ -198,6 +227,7 @@ TEST(AllLaws, SizesAreTheLocalSpacing) {
         {"beta", [](auto& x, auto& h) { return laws::beta_law(200, 1.05, x, h); }},
         {"beta2", [](auto& x, auto& h) { return laws::beta_law_two_sided(200, 1.05, x, h); }},
         {"tanh", [](auto& x, auto& h) { return laws::tanh_stretching(200, 1e-4, 1e-2, x, h); }},
+        {"tan", [](auto& x, auto& h) { return laws::tanh_stretching(200, 0.01, 0.02, x, h); }},
         {"arithmetic", [](auto& x, auto& h) { return laws::arithmetic_first(200, 1e-4, x, h); }},
     };
     for (const auto& [name, call] : smooth) {
@@ -282,6 +312,8 @@ TEST(Solvers, CountIsTheFirstPartialSumReachingTheLength) {
     EXPECT_EQ(n, 17u);
     ASSERT_EQ(laws::solve_count(1.0, 0.1, 1.0, n), 0);
     EXPECT_EQ(n, 10u);
+    ASSERT_EQ(laws::solve_count(0.9, 0.3, 1.0, n), 0); // 0.9 / 0.3 rounds to 3 + 4e-16
+    EXPECT_EQ(n, 3u);
     ASSERT_EQ(laws::solve_count(1.0, 0.1, 0.95, n), 0);
     EXPECT_GE(geometric_sum(0.1, 0.95, n), 1.0 - 1e-12);
     EXPECT_LT(geometric_sum(0.1, 0.95, n - 1), 1.0);
@@ -344,21 +376,21 @@ TEST(LawBridge, PolylineNodesSitAtArcLengthFractions) {
 }
 
 TEST(LawBridge, ExtrusionAppendsTheLawAlongTheVector) {
-    dense2D<double> coords = vx4test::columns<double>(3, {1, 2, 3});
+    dense2D<double> coords = vx4test::columns<double>(3, {9, 9, 9, 1, 2, 3});
     dense1D<double> x, h;
     ASSERT_EQ(laws::geometric_first(6, 1e-4, x, h), 0);
     dense1D<unsigned> ids;
-    ASSERT_EQ(laws::extrude(coords, 0, dense1D<double>{0.0, 0.0, 2.0}, x, ids), 0);
+    ASSERT_EQ(laws::extrude(coords, 1, dense1D<double>{0.0, 0.0, 2.0}, x, ids), 0);
     ASSERT_EQ(ids.size(), 7u);
-    EXPECT_EQ(ids[0], 0u);
+    EXPECT_EQ(ids[0], 1u);
     for (unsigned i = 1; i <= 6; ++i) {
-        EXPECT_EQ(ids[i], i);
-        EXPECT_EQ(coords(0, i), 1.0);
-        EXPECT_NEAR(coords(2, i) - 3.0, 2.0 * x[i], 1e-15);
+        EXPECT_EQ(ids[i], i + 1);
+        EXPECT_EQ(coords(0, i + 1), 1.0);
+        EXPECT_NEAR(coords(2, i + 1) - 3.0, 2.0 * x[i], 1e-15);
     }
     EXPECT_EQ(laws::extrude(coords, 0, dense1D<double>{0.0, 2.0}, x, ids), -3);
-    EXPECT_EQ(laws::extrude(coords, 7, dense1D<double>{0.0, 0.0, 2.0}, x, ids), -2);
+    EXPECT_EQ(laws::extrude(coords, 8, dense1D<double>{0.0, 0.0, 2.0}, x, ids), -2);
     EXPECT_EQ(laws::extrude(coords, 0, dense1D<double>{0.0, 0.0, 0.0}, x, ids), -3);
-    EXPECT_EQ(coords.cols(), 7u);
+    EXPECT_EQ(coords.cols(), 8u);
     EXPECT_EQ(ids.size(), 7u);
 }
