@@ -310,6 +310,8 @@ TEST(Solvers, CountIsTheFirstPartialSumReachingTheLength) {
     // Exact fits are not pushed one layer on by rounding.
     ASSERT_EQ(laws::solve_count(geometric_sum(1e-3, 1.2, 17), 1e-3, 1.2, n), 0);
     EXPECT_EQ(n, 17u);
+    ASSERT_EQ(laws::solve_count(geometric_sum(1e-3, 1.2, 17) * (1 + 1e-13), 1e-3, 1.2, n), 0);
+    EXPECT_EQ(n, 17u);
     ASSERT_EQ(laws::solve_count(1.0, 0.1, 1.0, n), 0);
     EXPECT_EQ(n, 10u);
     ASSERT_EQ(laws::solve_count(0.9, 0.3, 1.0, n), 0); // 0.9 / 0.3 rounds to 3 + 4e-16
