@@ -169,20 +169,33 @@ inline double solve_log_ratio(unsigned n, double target) {
 // sinh(y xi) / (2 sinh(y/2) cosh(y (1/2 - xi))), which has no cancellation near xi = 0.
 struct vinokur_map {
     double y = 0.0;
-    int branch = 0; // +1 hyperbolic, -1 trigonometric, 0 uniform (B = 1)
+    int branch = 0;        // +1 hyperbolic, -1 trigonometric, 0 uniform (B = 1)
+    double value_scale = 0.5, slope_scale = 1.0; // 1 / (2 sinh(y/2)) and y / (2 tanh(y/2)), or sin, tan
+
+    void set(double root, int kind) {
+        y = root;
+        branch = kind;
+        if (kind > 0) {
+            value_scale = 0.5 / std::sinh(0.5 * y);
+            slope_scale = 0.5 * y / std::tanh(0.5 * y);
+        } else if (kind < 0) {
+            value_scale = 0.5 / std::sin(0.5 * y);
+            slope_scale = 0.5 * y / std::tan(0.5 * y);
+        }
+    }
 
     // u(xi) for xi in [0, 1/2], and du/dxi in `slope`.
     double u(double xi, double& slope) const {
         const double c = 0.5 - xi;
         if (branch > 0) {
             const double ch = std::cosh(y * c);
-            slope = y / (2.0 * std::tanh(0.5 * y)) / ch / ch;
-            return std::sinh(y * xi) / (2.0 * std::sinh(0.5 * y) * ch);
+            slope = slope_scale / ch / ch;
+            return std::sinh(y * xi) * value_scale / ch;
         }
         if (branch < 0) {
             const double co = std::cos(y * c);
-            slope = y / (2.0 * std::tan(0.5 * y)) / co / co;
-            return std::sin(y * xi) / (2.0 * std::sin(0.5 * y) * co);
+            slope = slope_scale / co / co;
+            return std::sin(y * xi) * value_scale / co;
         }
         slope = 1.0;
         return xi;
@@ -217,23 +230,21 @@ inline vinokur_map solve_vinokur(double B) {
     if (B == 1.0) return m;
     const double goal = std::fabs(std::log(B));
     if (B > 1.0) {
-        m.branch = 1;
         const double lo = std::sqrt(6.0 * goal);
         double hi = std::fmax(2.0 * lo, 1.0), slope = 0.0;
         while (log_sinhc(hi, slope) < goal) hi *= 2.0;
-        m.y = newton_in_bracket([goal](double y, double& s) { return log_sinhc(y, s) - goal; }, lo, hi);
+        m.set(newton_in_bracket([goal](double y, double& s) { return log_sinhc(y, s) - goal; }, lo, hi), 1);
         return m;
     }
-    m.branch = -1;
     const double top = pi * (1.0 - 4.0 * eps);
     double slope = 0.0;
     if (log_sinc(top, slope) <= goal) {
         // sin(y)/y = B below about 1e-15: y = pi - e with e / (pi - e) = B to within e^3.
-        m.y = pi / (1.0 + B);
+        m.set(pi / (1.0 + B), -1);
         return m;
     }
     const double hi = std::fmin(std::sqrt(6.0 * goal), top);
-    m.y = newton_in_bracket([goal](double y, double& s) { return log_sinc(y, s) - goal; }, 0.0, hi);
+    m.set(newton_in_bracket([goal](double y, double& s) { return log_sinc(y, s) - goal; }, 0.0, hi), -1);
     return m;
 }
 
