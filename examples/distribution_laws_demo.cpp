@@ -126,7 +126,7 @@ std::vector<strip> law_strips(unsigned n) {
     add("geometric ratio 1.15", laws::geometric(n, 1.15, x, h), x);
     add("geometric_first 0.005", laws::geometric_first(n, 0.005, x, h), x);
     const int ends_code = laws::geometric_ends(0.01, 0.08, ends_count, x, h);
-    add("geometric_ends 0.01, 0.08 (" + std::to_string(ends_count) + " elements)", ends_code, x);
+    add("geometric_ends 0.01, 0.08 (n " + std::to_string(ends_count) + ")", ends_code, x);
     add("bump 0.1", laws::bump(n, 0.1, x, h), x);
     add("beta_law 1.05", laws::beta_law(n, 1.05, x, h), x);
     add("beta_law_two_sided 1.05", laws::beta_law_two_sided(n, 1.05, x, h), x);
@@ -202,7 +202,7 @@ void draw(const std::string& path, const layer_mesh& layer, const tanh_edge& edg
         const demo::size_scale scale(*lo, *hi);
         for (std::size_t i = 0; i < edge.chain.size(); ++i)
             svg.circle(ef(edge.chain[i]), 3.0, demo::to_hex(demo::ramp_colour(scale(edge.sizes[i]))), "#333", 0.4);
-        svg.legend({700, er.y + er.h - 30, 240, 10}, scale, "node size");
+        svg.legend({700, er.y + 20, 240, 10}, scale, "node size");
     }
 
     // Panel 3: one strip per law, 30 elements each.
