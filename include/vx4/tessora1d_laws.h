@@ -70,10 +70,10 @@ inline bool size_outputs(unsigned n, dense1D<double>& fractions, dense1D<double>
 // Fills nodes 0 .. n from a half-law: `left(i)` gives (fraction, size) of node i measured from
 // the start, `right(j)` the same measured from the end for node n - j. Each node comes from the
 // nearer end, so small end cells keep their relative accuracy at both ends and a symmetric law
-// is symmetric to the last bit.
+// is symmetric to the last bit; `symmetric` also pins its middle node of an even count to 1/2.
 template <class Left, class Right>
 inline void fill_from_both_ends(unsigned n, dense1D<double>& fractions, dense1D<double>& sizes, Left left,
-                                Right right) {
+                                Right right, bool symmetric = false) {
     double* x = fractions.data();
     double* h = sizes.data();
     for (unsigned i = 0; 2 * static_cast<unsigned long long>(i) <= n; ++i) {
@@ -88,6 +88,7 @@ inline void fill_from_both_ends(unsigned n, dense1D<double>& fractions, dense1D<
     }
     x[0] = 0.0;
     x[n] = 1.0;
+    if (symmetric && n % 2 == 0) x[n / 2] = 0.5;
 }
 
 // Continuous geometric map of [0, 1] onto itself whose slope grows by e^mu from t = 0 to t = 1:
@@ -534,7 +535,7 @@ inline int bump(unsigned count, double ratio, dense1D<double>& fractions, dense1
         const double t = 2.0 * i / count;
         return std::make_pair(0.5 * detail::geo(t, mu), detail::geo_slope(t, mu) / count);
     };
-    detail::fill_from_both_ends(count, fractions, sizes, half, half);
+    detail::fill_from_both_ends(count, fractions, sizes, half, half, true);
     return 0;
 }
 
@@ -589,7 +590,7 @@ inline int beta_law_two_sided(unsigned count, double beta, dense1D<double>& frac
         const double x = 0.5 * detail::beta_map(2.0 * i / count, beta, c, slope);
         return std::make_pair(x, slope / count);
     };
-    detail::fill_from_both_ends(count, fractions, sizes, half, half);
+    detail::fill_from_both_ends(count, fractions, sizes, half, half, true);
     return 0;
 }
 
@@ -610,9 +611,10 @@ inline int beta_law_two_sided(unsigned count, double beta, dense1D<double>& frac
 /// @par On failure
 /// Outputs untouched.
 /// @par Notes
-/// sinh(y)/y = B and sin(y)/y = B are solved by Newton inside a bracket (their logarithms are convex),
-/// in under 10 steps for any B; the end fit is a 2x2 Newton on the log slopes, 2 to 8 steps, and
-/// meets both sizes to about 1e-13 relative. The last element is measured from the end, before the
+/// sinh(y)/y = B and sin(y)/y = B are solved by Newton inside a bracket (their logarithms are convex,
+/// so the steps from the right end never overshoot), typically in under 10 steps; the end fit is a
+/// 2x2 Newton on the log slopes with backtracking, typically 2 to 8 steps (at most 60), and meets both
+/// sizes to about 1e-13 relative. Equal sizes give a law symmetric to the last bit. The last element is measured from the end, before the
 /// subtraction 1 - x: fractions next to 1 are spaced by 1.1e-16, so a last element below about 1e-6
 /// of the length shows the requested size only to that absolute resolution.
 inline int tanh_stretching(unsigned count, double first, double last, dense1D<double>& fractions,
@@ -625,7 +627,7 @@ inline int tanh_stretching(unsigned count, double first, double last, dense1D<do
     if (!detail::size_outputs(count, fractions, sizes)) return -199;
     detail::fill_from_both_ends(
         count, fractions, sizes, [&](unsigned i) { return law.node(i, law.A); },
-        [&](unsigned j) { return law.node(j, 1.0 / law.A); });
+        [&](unsigned j) { return law.node(j, 1.0 / law.A); }, law.A == 1.0);
     return 0;
 }
 
