@@ -123,6 +123,9 @@ TEST(GeometricLaw, EndsGiveTheCountAndKeepTheFirstCell) {
     EXPECT_NEAR(1.0 - x[n - 1], 0.05, 0.05 * r);
     ASSERT_EQ(laws::geometric_ends(0.1, 0.1, n, x, h), 0);
     EXPECT_EQ(n, 10u);
+    // 1 + ln 5 / ln(0.98 / 0.9) = 19.9 elements: rounded to the nearest count.
+    ASSERT_EQ(laws::geometric_ends(0.02, 0.1, n, x, h), 0);
+    EXPECT_EQ(n, 20u);
 }
 
 TEST(ArithmeticLaw, ElementsDifferByAConstantAndMirror) {
@@ -372,6 +375,7 @@ TEST(LawBridge, PolylineNodesSitAtArcLengthFractions) {
     EXPECT_EQ(std::vector<unsigned>(chain.begin(), chain.end()), expected);
     dense1D<double> unordered{0.0, 0.6, 0.5, 1.0};
     EXPECT_EQ(laws::place_on_polyline(pos, line, unordered, chain), -3);
+    EXPECT_EQ(laws::place_on_polyline(pos, line, dense1D<double>{0.0, 0.5, 0.9}, chain), -3);
     EXPECT_EQ(laws::place_on_polyline(pos, dense1D<unsigned>{0, 9}, f, chain), -2);
     EXPECT_EQ(pos.cols(), 5u);
     EXPECT_EQ(chain.size(), 5u);
