@@ -93,17 +93,17 @@ inline void fill_from_both_ends(unsigned n, dense1D<double>& fractions, dense1D<
 
 // Continuous geometric map of [0, 1] onto itself whose slope grows by e^mu from t = 0 to t = 1:
 // G(t) = (e^(mu t) - 1) / (e^mu - 1), written without overflow or cancellation for any mu.
-inline double geo(double t, double mu) {
-    if (mu == 0.0) return t;
-    if (mu > 0.0) return std::exp((t - 1.0) * mu) * (std::expm1(-t * mu) / std::expm1(-mu));
-    return std::expm1(t * mu) / std::expm1(mu);
-}
-
-// dG/dt.
-inline double geo_slope(double t, double mu) {
-    if (mu == 0.0) return 1.0;
-    if (mu > 0.0) return mu * std::exp((t - 1.0) * mu) / -std::expm1(-mu);
-    return mu * std::exp(t * mu) / std::expm1(mu);
+// Returns G(t) and dG/dt, sharing the exponential between them.
+inline std::pair<double, double> geo(double t, double mu) {
+    if (mu == 0.0) return {t, 1.0};
+    if (mu > 0.0) {
+        const double e = std::exp((t - 1.0) * mu), scale = 1.0 / -std::expm1(-mu);
+        return {e * -std::expm1(-t * mu) * scale, mu * e * scale};
+    }
+    const double m = std::expm1(t * mu), scale = 1.0 / std::expm1(mu);
+    // 1 + m keeps its relative accuracy while e^(t mu) stays above 1/2.
+    const double e = m > -0.5 ? 1.0 + m : std::exp(t * mu);
+    return {m * scale, mu * e * scale};
 }
 
 // ln(sum_{i<n} e^(i lam)): the log of a geometric sum of n terms of ratio e^lam, without overflow.
@@ -359,12 +359,12 @@ inline void geometric_fill(unsigned n, double lam, dense1D<double>& fractions, d
     fill_from_both_ends(
         n, fractions, sizes,
         [=](unsigned i) {
-            const double t = static_cast<double>(i) / n;
-            return std::make_pair(geo(t, mu), geo_slope(t, mu) / n);
+            const auto g = geo(static_cast<double>(i) / n, mu);
+            return std::make_pair(g.first, g.second / n);
         },
         [=](unsigned j) {
-            const double t = static_cast<double>(j) / n;
-            return std::make_pair(geo(t, -mu), geo_slope(t, -mu) / n);
+            const auto g = geo(static_cast<double>(j) / n, -mu);
+            return std::make_pair(g.first, g.second / n);
         });
 }
 } // namespace detail
@@ -532,8 +532,8 @@ inline int bump(unsigned count, double ratio, dense1D<double>& fractions, dense1
     if (!detail::size_outputs(count, fractions, sizes)) return -199;
     const double mu = -std::log(ratio);
     auto half = [=](unsigned i) {
-        const double t = 2.0 * i / count;
-        return std::make_pair(0.5 * detail::geo(t, mu), detail::geo_slope(t, mu) / count);
+        const auto g = detail::geo(2.0 * i / count, mu);
+        return std::make_pair(0.5 * g.first, g.second / count);
     };
     detail::fill_from_both_ends(count, fractions, sizes, half, half, true);
     return 0;
