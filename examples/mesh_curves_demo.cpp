@@ -260,7 +260,8 @@ curve_result airfoil(const std::string& name, const std::string& call, const std
     dense1D<double> params, out_sizes;
     stopwatch clock;
     clock.start();
-    const int rc = t1d::mesh_line(pos, polyline, sizes, false, 1, t1d::no_count_bound, chordal, hmin, out, params, out_sizes);
+    const int rc =
+        t1d::mesh_line(pos, polyline, sizes, false, 1, t1d::no_count_bound, chordal, hmin, out, params, out_sizes);
     clock.stop(c.ms);
     if (!succeeded(c, "mesh_line", rc)) return c;
     c.chains = {chain_points(pos, out)};
@@ -310,7 +311,8 @@ curve_result wavy_anisotropic() {
     dense2D<double> out_metrics;
     stopwatch clock;
     clock.start();
-    const int rc = t1d::mesh_line(pos, polyline, metrics, false, 1, t1d::no_count_bound, 0.0, 0.0, out, params, out_metrics);
+    const int rc =
+        t1d::mesh_line(pos, polyline, metrics, false, 1, t1d::no_count_bound, 0.0, 0.0, out, params, out_metrics);
     clock.stop(c.ms);
     if (!succeeded(c, "mesh_line (metrics)", rc)) return c;
     c.chains = {chain_points(pos, out)};
@@ -353,7 +355,8 @@ curve_result helix() {
     dense1D<double> params, out_sizes;
     stopwatch clock;
     clock.start();
-    const int rc = t1d::mesh_line(pos, polyline, sizes, false, 1, t1d::no_count_bound, 0.01, 0.0, out, params, out_sizes);
+    const int rc =
+        t1d::mesh_line(pos, polyline, sizes, false, 1, t1d::no_count_bound, 0.01, 0.0, out, params, out_sizes);
     clock.stop(c.ms);
     if (!succeeded(c, "mesh_line (3-D)", rc)) return c;
     c.chains = {chain_points(pos, out)};

@@ -188,7 +188,7 @@ VX4_TESSORA1D_API int extrude_translate(dense2D<double>& coords, unsigned start,
                                         unsigned n, dense1D<unsigned>& indices);
 
 /// The 3-D form of the overload above: `coords` has 3 rows and the vectors 3 components.
-/// @copydetails extrude_translate(dense2D<double>&, unsigned, const vector_fixed<double, 2>&, unsigned, dense1D<unsigned>&)
+/// @copydetails extrude_translate(dense2D<double>&,unsigned,const vector_fixed<double,2>&,unsigned,dense1D<unsigned>&)
 VX4_TESSORA1D_API int extrude_translate(dense2D<double>& coords, unsigned start, const vector_fixed<double, 3>& V,
                                         unsigned n, dense1D<unsigned>& indices);
 
@@ -213,7 +213,7 @@ VX4_TESSORA1D_API int extrude_translate(dense2D<double>& coords, unsigned start,
                                         double h0, double h1, bool even, dense1D<unsigned>& indices);
 
 /// The 3-D form of the overload above: `coords` has 3 rows and the vectors 3 components.
-/// @copydetails extrude_translate(dense2D<double>&, unsigned, const vector_fixed<double, 2>&, double, double, bool, dense1D<unsigned>&)
+/// @copydetails extrude_translate(dense2D<double>&,unsigned,const vector_fixed<double,2>&,double,double,bool,dense1D<unsigned>&)
 VX4_TESSORA1D_API int extrude_translate(dense2D<double>& coords, unsigned start, const vector_fixed<double, 3>& V,
                                         double h0, double h1, bool even, dense1D<unsigned>& indices);
 
@@ -234,7 +234,7 @@ VX4_TESSORA1D_API int extrude_translate(dense2D<double>& coords, const vector_fi
                                         const vector_fixed<double, 2>& V, unsigned n, dense1D<unsigned>& indices);
 
 /// The 3-D form of the overload above: `coords` has 3 rows and the vectors 3 components.
-/// @copydetails extrude_translate(dense2D<double>&, const vector_fixed<double, 2>&, const vector_fixed<double, 2>&, unsigned, dense1D<unsigned>&)
+/// @copydetails extrude_translate(dense2D<double>&,const vector_fixed<double,2>&,const vector_fixed<double,2>&,unsigned,dense1D<unsigned>&)
 VX4_TESSORA1D_API int extrude_translate(dense2D<double>& coords, const vector_fixed<double, 3>& start,
                                         const vector_fixed<double, 3>& V, unsigned n, dense1D<unsigned>& indices);
 
@@ -261,7 +261,7 @@ VX4_TESSORA1D_API int extrude_translate(dense2D<double>& coords, const vector_fi
                                         dense1D<unsigned>& indices);
 
 /// The 3-D form of the overload above: `coords` has 3 rows and the vectors 3 components.
-/// @copydetails extrude_translate(dense2D<double>&, const vector_fixed<double, 2>&, const vector_fixed<double, 2>&, double, double, bool, dense1D<unsigned>&)
+/// @copydetails extrude_translate(dense2D<double>&,const vector_fixed<double,2>&,const vector_fixed<double,2>&,double,double,bool,dense1D<unsigned>&)
 VX4_TESSORA1D_API int extrude_translate(dense2D<double>& coords, const vector_fixed<double, 3>& start,
                                         const vector_fixed<double, 3>& V, double h0, double h1, bool even,
                                         dense1D<unsigned>& indices);
@@ -691,7 +691,7 @@ VX4_TESSORA1D_API int spline_point(const dense2D<double>& coords, unsigned P0, u
                                    double t, vector_fixed<double, 2>& point);
 
 /// The 3-D form of the overload above: `coords` has 3 rows and the vectors 3 components.
-/// @copydetails spline_point(const dense2D<double>&, unsigned, unsigned, unsigned, unsigned, double, vector_fixed<double, 2>&)
+/// @copydetails spline_point(const dense2D<double>&,unsigned,unsigned,unsigned,unsigned,double,vector_fixed<double,2>&)
 VX4_TESSORA1D_API int spline_point(const dense2D<double>& coords, unsigned P0, unsigned P1, unsigned P2, unsigned P3,
                                    double t, vector_fixed<double, 3>& point);
 
@@ -711,10 +711,12 @@ VX4_TESSORA1D_API int spline_point(const dense2D<double>& coords, unsigned P0, u
 /// @param[in]     chordal     Chordal error: > 0 an absolute distance, < 0 a fraction of the local radius of
 ///                            curvature; 0, `no_limit` or -`no_limit` turns it off.
 /// @param[in]     hmin        Smallest size the chordal error may ask for, >= 0; 0 sets none.
-/// @param[in]     background  Uniform size given to the whole curve, replaced by the given metrics only at the
-///                            chain nodes; active only when both `background` > 0 and `gradation` > 0, so
-///                            0 turns it off. Beware: `no_limit` here, with a positive gradation (even
-///                            `no_limit`), is active and makes the elements as long as allowed.
+/// @param[in]     background  Size given to the curve between the chain nodes, in place of the metrics
+///                            interpolated from them (the nodes keep their own, and the gradation spreads
+///                            those). Active only when `background` > 0 and `gradation` > 0, so 0 turns it
+///                            off. Beware: `no_limit` is not "off" here: between the nodes the sizes then
+///                            grow as fast as `gradation` allows, or without bound when `gradation` is
+///                            `no_limit` (a handful of elements on a whole curve).
 /// @param[in]     gradation   Largest growth ratio of the size between neighbouring samples, applied when
 ///                            0 < `gradation` < `no_limit`; 0 or `no_limit` turns it off (0 also turns the
 ///                            background off).
@@ -754,9 +756,12 @@ VX4_TESSORA1D_API int mesh_spline(dense2D<double>& coords, const dense1D<unsigne
 /// @param[in]     nmax        Largest element count, >= nmin; `no_count_bound` sets no bound.
 /// @param[in]     chordal     Chordal error: > 0 absolute, < 0 relative to the radius; 0 or +-`no_limit` off.
 /// @param[in]     hmin        Smallest size the chordal error may ask for, >= 0; 0 sets none.
-/// @param[in]     background  Uniform size of the whole curve, replaced by `sizes` at the chain nodes; active
-///                            only when both `background` > 0 and `gradation` > 0, so 0 turns it off.
-///                            Beware: `no_limit` here is an active setting, not "off".
+/// @param[in]     background  Size given to the curve between the chain nodes, in place of the sizes
+///                            interpolated from them (the nodes keep their own, and the gradation spreads
+///                            those). Active only when `background` > 0 and `gradation` > 0, so 0 turns it
+///                            off. Beware: `no_limit` is not "off" here: between the nodes the sizes then
+///                            grow as fast as `gradation` allows, or without bound when `gradation` is
+///                            `no_limit` (a handful of elements on a whole curve).
 /// @param[in]     gradation   Largest growth ratio of the size between neighbouring samples, applied when
 ///                            0 < `gradation` < `no_limit`; 0 or `no_limit` turns it off (0 also turns the
 ///                            background off).
