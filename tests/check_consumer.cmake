@@ -1,7 +1,7 @@
 # Installs the built tree into a scratch prefix, checks that the package holds the shared library,
 # its headers and its CMake configuration and nothing else (no internal archive, no LAPACK lookup),
-# then configures, builds and runs a small program that finds the package the way a user's project
-# does.
+# then configures, builds and runs a small program and the README's example program, which find the
+# package the way a user's project does.
 file(REMOVE_RECURSE ${WORK_DIR})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix
                 RESULT_VARIABLE rc OUTPUT_QUIET)
@@ -46,6 +46,7 @@ endforeach()
 
 execute_process(COMMAND ${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/build
                         -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix -DCMAKE_BUILD_TYPE=${BUILD_TYPE}
+                        -DREADME_EXAMPLE=${README_EXAMPLE}
                 RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "consumer configure failed:\n${out}\n${err}")
@@ -55,8 +56,10 @@ execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/build RESULT_VARIAB
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "consumer build failed:\n${out}\n${err}")
 endif()
-execute_process(COMMAND ${WORK_DIR}/build/consumer RESULT_VARIABLE rc OUTPUT_VARIABLE out)
-if(NOT rc EQUAL 0)
-  message(FATAL_ERROR "consumer run failed: ${out}")
-endif()
-message(STATUS "${out}")
+foreach(program consumer readme_example)
+  execute_process(COMMAND ${WORK_DIR}/build/${program} RESULT_VARIABLE rc OUTPUT_VARIABLE out)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "${program} run failed: ${out}")
+  endif()
+endforeach()
+message(STATUS "consumer and README example built and ran against the installed package")
