@@ -734,8 +734,10 @@ VX4_TESSORA1D_API int spline_point(const dense2D<double>& coords, unsigned P0, u
 /// @par On failure
 /// `coords`, `out_indices`, `out_params` and `out_metrics` are untouched; `deviation` is 0.
 /// @par Notes
-/// Under memory shortage 0 is returned with every output untouched (nothing appended). On a chain that
-/// retraces itself (turns back along its own path) the parameters and metrics can come out non-finite.
+/// The element count is the curve's metric length rounded, clamped to [nmin, nmax] (a metric length of 2^32
+/// or more saturates it first), then made even when `even`. Under memory shortage 0 is returned with every
+/// output untouched (nothing appended). On a chain that retraces itself (turns back along its own path) the
+/// parameters and metrics can come out non-finite.
 VX4_TESSORA1D_API int mesh_spline(dense2D<double>& coords, const dense1D<unsigned>& chain,
                                   const dense2D<double>& metrics, bool even, unsigned nmin, unsigned nmax,
                                   double chordal, double hmin, double background, double gradation,
@@ -776,8 +778,8 @@ VX4_TESSORA1D_API int mesh_spline(dense2D<double>& coords, const dense1D<unsigne
 /// @par On failure
 /// `coords`, `out_indices`, `out_params` and `out_sizes` are untouched; `deviation` is 0.
 /// @par Notes
-/// Under memory shortage 0 is returned with every output untouched. On a chain that retraces itself the
-/// parameters and sizes can come out non-finite.
+/// The element count follows as in the metric overload. Under memory shortage 0 is returned with every
+/// output untouched. On a chain that retraces itself the parameters and sizes can come out non-finite.
 VX4_TESSORA1D_API int mesh_spline(dense2D<double>& coords, const dense1D<unsigned>& chain,
                                   const dense1D<double>& sizes, bool even, unsigned nmin, unsigned nmax,
                                   double chordal, double hmin, double background, double gradation,
