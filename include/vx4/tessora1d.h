@@ -30,7 +30,7 @@
 #define VX4_TESSORA1D_API __attribute__((visibility("default")))
 #endif
 
-/// The maker's namespace: the containers (`dense1D`, `dense2D`, `vector_fixed`) and the libraries.
+/// Namespace of the vx4 libraries: the containers (`dense1D`, `dense2D`, `vector_fixed`) and the mesh tools.
 namespace vx4 {
 /// One-dimensional mesh tools: meshing of polylines, straight segments and splines under a size
 /// field, extrusion, element conversion, geometry queries and metric fields.
