@@ -4,7 +4,8 @@
 //   mesh_curves_demo [output.svg]
 //
 // Every library call is checked; a failed call is reported with its code, the panels that
-// exist are still drawn, and the program then exits with status 1.
+// exist are still drawn, and the program then exits with status 1. The picture depends on the
+// results alone, so two runs write the same file byte for byte; the timings go to the console.
 #include <vx4/tessora1d.h>
 
 #include "svg_writer.h"
@@ -25,7 +26,6 @@ using vx4::vector_fixed;
 namespace t1d = vx4::tessora1d;
 
 constexpr double pi = 3.14159265358979323846;
-constexpr unsigned no_count_limit = 4294967295u;
 
 struct point3 {
     double x, y, z;
@@ -50,11 +50,12 @@ struct box {
 // One curve: what was meshed, what came out, and the figures of its table row.
 struct curve_result {
     std::string name;
+    std::string call;  // the library call that made the chains, as the panel's heading
     std::string title;
     view projection = view::plan;
     std::vector<std::vector<point3>> reference; // drawn in grey; deviations are measured from its nodes
-    std::vector<point3> chain;
-    std::vector<double> chain_sizes;
+    std::vector<std::vector<point3>> chains;    // usually one
+    std::vector<std::vector<double>> chain_sizes; // the size at each node of each chain
     std::vector<point3> markers;                 // coarse input nodes, drawn as squares
     struct glyph {
         point3 centre;
@@ -65,6 +66,7 @@ struct curve_result {
     box zoom{};
     std::string size_label = "size";
     unsigned reference_nodes = 0;
+    std::vector<double> element_metric;          // each element's length in the size field
     double min_metric = 0.0, max_metric = 0.0, max_deviation = 0.0, ms = 0.0;
     std::string failure;
 };
@@ -155,39 +157,56 @@ std::vector<point3> chain_points(const dense2D<double>& pos, const dense1D<unsig
 }
 
 void set_metric_range(curve_result& c, const std::vector<double>& element_metric) {
+    c.element_metric = element_metric;
     if (element_metric.empty()) return;
     const auto mm = std::minmax_element(element_metric.begin(), element_metric.end());
     c.min_metric = *mm.first;
     c.max_metric = *mm.second;
 }
 
-// Metric lengths of the chain's elements from isotropic sizes at its nodes.
+std::size_t element_count(const curve_result& c) {
+    std::size_t count = 0;
+    for (const auto& chain : c.chains) count += chain.empty() ? 0 : chain.size() - 1;
+    return count;
+}
+
+// Metric lengths of the chains' elements from isotropic sizes at their nodes. With one chain the
+// deviation is measured from every reference line; with several, reference line i belongs to
+// chain i and further reference lines (a wall, say) are only drawn.
 void measure_iso(curve_result& c) {
     std::vector<double> ml;
-    for (std::size_t k = 0; k + 1 < c.chain.size() && k + 1 < c.chain_sizes.size(); ++k)
-        ml.push_back(iso_metric_length(norm(c.chain[k + 1] - c.chain[k]), c.chain_sizes[k], c.chain_sizes[k + 1]));
+    for (std::size_t i = 0; i < c.chains.size() && i < c.chain_sizes.size(); ++i) {
+        const std::vector<point3>& chain = c.chains[i];
+        const std::vector<double>& sizes = c.chain_sizes[i];
+        for (std::size_t k = 0; k + 1 < chain.size() && k + 1 < sizes.size(); ++k)
+            ml.push_back(iso_metric_length(norm(chain[k + 1] - chain[k]), sizes[k], sizes[k + 1]));
+    }
     set_metric_range(c, ml);
-    c.max_deviation = largest_deviation(c.reference, c.chain);
+    c.max_deviation = 0.0;
+    if (c.chains.size() == 1) c.max_deviation = largest_deviation(c.reference, c.chains.front());
+    for (std::size_t i = 0; c.chains.size() > 1 && i < c.reference.size() && i < c.chains.size(); ++i)
+        c.max_deviation = std::max(c.max_deviation, largest_deviation({c.reference[i]}, c.chains[i]));
 }
 
 // Metric lengths from the chain's node metrics; each node is coloured by its size along the
 // chain, the one that sets the spacing there.
 void measure_aniso(curve_result& c, const dense2D<double>& metrics) {
     const unsigned rows = metrics.rows();
-    const std::size_t n = std::min<std::size_t>(c.chain.size(), metrics.cols());
+    const std::vector<point3>& chain = c.chains.front();
+    const std::size_t n = std::min<std::size_t>(chain.size(), metrics.cols());
     std::vector<double> ml;
     for (std::size_t k = 0; k + 1 < n; ++k)
         ml.push_back(aniso_metric_length(&metrics(0, static_cast<unsigned>(k)),
-                                         &metrics(0, static_cast<unsigned>(k + 1)), rows,
-                                         c.chain[k + 1] - c.chain[k]));
+                                         &metrics(0, static_cast<unsigned>(k + 1)), rows, chain[k + 1] - chain[k]));
     set_metric_range(c, ml);
-    c.chain_sizes.clear();
+    std::vector<double> sizes;
     for (std::size_t k = 0; k < n && n >= 2; ++k) {
-        const point3 tangent = c.chain[std::min(k + 1, n - 1)] - c.chain[k > 0 ? k - 1 : 0];
+        const point3 tangent = chain[std::min(k + 1, n - 1)] - chain[k > 0 ? k - 1 : 0];
         const double l = metric_norm(&metrics(0, static_cast<unsigned>(k)), rows, tangent);
-        c.chain_sizes.push_back(l > 0.0 ? norm(tangent) / l : 0.0);
+        sizes.push_back(l > 0.0 ? norm(tangent) / l : 0.0);
     }
-    c.max_deviation = largest_deviation(c.reference, c.chain);
+    c.chain_sizes = {sizes};
+    c.max_deviation = largest_deviation(c.reference, chain);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -203,9 +222,11 @@ double profile_half_thickness(double x, double t) {
 // Closed profile, trailing edge -> upper surface -> leading edge -> lower surface -> trailing
 // edge; the polyline ends on its first node, so the chain closes on the same node. Cosine
 // spacing packs the polyline nodes where the curvature is.
-curve_result airfoil(const std::string& name, const std::string& title, double chordal, double hmin) {
+curve_result airfoil(const std::string& name, const std::string& call, const std::string& title, double chordal,
+                     double hmin) {
     curve_result c;
     c.name = name;
+    c.call = call;
     c.title = title;
     c.has_zoom = true;
     c.zoom = {-0.012, 0.088, -0.04, 0.04};
@@ -239,11 +260,12 @@ curve_result airfoil(const std::string& name, const std::string& title, double c
     dense1D<double> params, out_sizes;
     stopwatch clock;
     clock.start();
-    const int rc = t1d::mesh_line(pos, polyline, sizes, false, 1, no_count_limit, chordal, hmin, out, params, out_sizes);
+    const int rc =
+        t1d::mesh_line(pos, polyline, sizes, false, 1, t1d::no_count_bound, chordal, hmin, out, params, out_sizes);
     clock.stop(c.ms);
     if (!succeeded(c, "mesh_line", rc)) return c;
-    c.chain = chain_points(pos, out);
-    c.chain_sizes.assign(out_sizes.data(), out_sizes.data() + out_sizes.size());
+    c.chains = {chain_points(pos, out)};
+    c.chain_sizes = {std::vector<double>(out_sizes.data(), out_sizes.data() + out_sizes.size())};
     measure_iso(c);
     return c;
 }
@@ -253,7 +275,8 @@ curve_result airfoil(const std::string& name, const std::string& title, double c
 curve_result wavy_anisotropic() {
     curve_result c;
     c.name = "wave, anisotropic 2-D";
-    c.title = "Wave, metric sizes 0.25 along 30 deg, 0.025 across";
+    c.call = "mesh_line(pos, polyline, metrics, ...)";
+    c.title = "Wave under one metric: size 0.25 along 30 deg, 0.025 across";
 
     const double angle = pi / 6.0, h_along = 0.25, h_across = 0.025;
     const double ca = std::cos(angle), sa = std::sin(angle);
@@ -288,10 +311,11 @@ curve_result wavy_anisotropic() {
     dense2D<double> out_metrics;
     stopwatch clock;
     clock.start();
-    const int rc = t1d::mesh_line(pos, polyline, metrics, false, 1, no_count_limit, 0.0, 0.0, out, params, out_metrics);
+    const int rc =
+        t1d::mesh_line(pos, polyline, metrics, false, 1, t1d::no_count_bound, 0.0, 0.0, out, params, out_metrics);
     clock.stop(c.ms);
     if (!succeeded(c, "mesh_line (metrics)", rc)) return c;
-    c.chain = chain_points(pos, out);
+    c.chains = {chain_points(pos, out)};
     c.size_label = "size along chain";
     measure_aniso(c, out_metrics);
     return c;
@@ -302,7 +326,8 @@ curve_result wavy_anisotropic() {
 curve_result helix() {
     curve_result c;
     c.name = "helix 3-D, chordal 0.01";
-    c.title = "Helix, sizes 0.08 -> 0.4 upwards, chordal tolerance 0.01";
+    c.call = "mesh_line(pos, polyline, sizes, ..., chordal = 0.01, ...)";
+    c.title = "Helix in 3-D, sizes 0.08 -> 0.4 upwards";
     c.projection = view::oblique;
 
     const unsigned n = 601;
@@ -330,56 +355,76 @@ curve_result helix() {
     dense1D<double> params, out_sizes;
     stopwatch clock;
     clock.start();
-    const int rc = t1d::mesh_line(pos, polyline, sizes, false, 1, no_count_limit, 0.01, 0.0, out, params, out_sizes);
+    const int rc =
+        t1d::mesh_line(pos, polyline, sizes, false, 1, t1d::no_count_bound, 0.01, 0.0, out, params, out_sizes);
     clock.stop(c.ms);
     if (!succeeded(c, "mesh_line (3-D)", rc)) return c;
-    c.chain = chain_points(pos, out);
-    c.chain_sizes.assign(out_sizes.data(), out_sizes.data() + out_sizes.size());
+    c.chains = {chain_points(pos, out)};
+    c.chain_sizes = {std::vector<double>(out_sizes.data(), out_sizes.data() + out_sizes.size())};
     measure_iso(c);
     return c;
 }
 
 // The extrusions return no sizes; the size the extrusion was asked for at a node is the
 // linear model between the end sizes, at the node's fraction of the extruded length.
-void extrusion_sizes(curve_result& c, const std::vector<double>& fractions, double h0, double h1) {
-    c.chain_sizes.clear();
-    for (double f : fractions) c.chain_sizes.push_back(h0 + (h1 - h0) * f);
-    measure_iso(c);
+std::vector<double> extrusion_sizes(const std::vector<double>& fractions, double h0, double h1) {
+    std::vector<double> sizes;
+    for (double f : fractions) sizes.push_back(h0 + (h1 - h0) * f);
+    return sizes;
 }
 
-// A wall-normal line graded from a fine first cell to a coarse outer edge.
+// Wall-normal lines around a cylinder, each graded from a fine first cell at the wall to coarse
+// cells at the outer edge: one extrude_translate from every wall node along its normal.
 curve_result boundary_layer() {
     curve_result c;
     c.name = "boundary layer (translate)";
-    c.title = "Boundary-layer line by translation, h 0.002 -> 0.2";
+    c.call = "extrude_translate(pos, wall_node, V, h0, h1, false, chain)";
+    c.title = "Wall-normal lines around a cylinder, sizes 0.002 -> 0.2";
     c.has_zoom = true;
-    c.zoom = {-0.03, 0.03, -0.004, 0.08};
+    c.zoom = {-0.1, 0.1, 0.28, 0.38};
 
-    const double h0 = 0.002, h1 = 0.2;
-    const vector_fixed<double, 2> wall{0.0, 0.0}, normal{0.0, 1.0};
-    std::vector<point3> segment;
-    for (int i = 0; i <= 100; ++i) segment.push_back({0.0, i / 100.0, 0.0});
-    c.reference.push_back(segment);
-    c.reference_nodes = static_cast<unsigned>(segment.size());
-
+    const double radius = 0.3, thickness = 0.7, h0 = 0.002, h1 = 0.2;
+    const unsigned lines = 13;
     dense2D<double> coords;
-    dense1D<unsigned> chain;
+    if (!coords.resize(2, lines)) {
+        succeeded(c, "allocating the wall", -199);
+        return c;
+    }
+    std::vector<point3> wall;
+    for (int i = 0; i <= 90; ++i) wall.push_back({radius * std::cos(pi * i / 90), radius * std::sin(pi * i / 90), 0.0});
+    for (unsigned k = 0; k < lines; ++k) {
+        const double a = pi * k / (lines - 1);
+        coords(0, k) = radius * std::cos(a);
+        coords(1, k) = radius * std::sin(a);
+        c.reference.push_back({{coords(0, k), coords(1, k), 0.0},
+                               {(radius + thickness) * std::cos(a), (radius + thickness) * std::sin(a), 0.0}});
+    }
+    c.reference.push_back(wall);
+    c.reference_nodes = lines;
+
     stopwatch clock;
-    clock.start();
-    const int rc = t1d::extrude_translate(coords, wall, normal, h0, h1, false, chain);
-    clock.stop(c.ms);
-    if (!succeeded(c, "extrude_translate (sizes)", rc)) return c;
-    c.chain = chain_points(coords, chain);
-    std::vector<double> fractions;
-    for (const point3& p : c.chain) fractions.push_back(p.y); // |V| = 1 along y
-    extrusion_sizes(c, fractions, h0, h1);
+    for (unsigned k = 0; k < lines; ++k) {
+        const double a = pi * k / (lines - 1);
+        const vector_fixed<double, 2> normal{thickness * std::cos(a), thickness * std::sin(a)};
+        dense1D<unsigned> chain;
+        clock.start();
+        const int rc = t1d::extrude_translate(coords, k, normal, h0, h1, false, chain);
+        clock.stop(c.ms);
+        if (!succeeded(c, "extrude_translate (sizes)", rc)) return c;
+        c.chains.push_back(chain_points(coords, chain));
+        std::vector<double> fractions;
+        for (const point3& p : c.chains.back()) fractions.push_back((std::hypot(p.x, p.y) - radius) / thickness);
+        c.chain_sizes.push_back(extrusion_sizes(fractions, h0, h1));
+    }
+    measure_iso(c);
     return c;
 }
 
 curve_result quarter_arc() {
     curve_result c;
     c.name = "quarter arc (rotate)";
-    c.title = "Quarter circle by rotation, h 0.01 -> 0.1";
+    c.call = "extrude_rotate(pos, start, C, angle, h0, h1, false, chain)";
+    c.title = "Quarter circle, sizes 0.01 -> 0.1";
 
     const double h0 = 0.01, h1 = 0.1, angle = 0.5 * pi;
     const vector_fixed<double, 2> start{1.0, 0.0}, centre{0.0, 0.0};
@@ -395,10 +440,11 @@ curve_result quarter_arc() {
     const int rc = t1d::extrude_rotate(coords, start, centre, angle, h0, h1, false, chain);
     clock.stop(c.ms);
     if (!succeeded(c, "extrude_rotate (sizes)", rc)) return c;
-    c.chain = chain_points(coords, chain);
+    c.chains = {chain_points(coords, chain)};
     std::vector<double> fractions;
-    for (const point3& p : c.chain) fractions.push_back(std::atan2(p.y, p.x) / angle);
-    extrusion_sizes(c, fractions, h0, h1);
+    for (const point3& p : c.chains.front()) fractions.push_back(std::atan2(p.y, p.x) / angle);
+    c.chain_sizes = {extrusion_sizes(fractions, h0, h1)};
+    measure_iso(c);
     return c;
 }
 
@@ -407,7 +453,8 @@ curve_result quarter_arc() {
 curve_result ellipse_spline(double& curve_to_coarse_chords) {
     curve_result c;
     c.name = "ellipse spline";
-    c.title = "Spline, 12 nodes, rel. chordal 0.005, gradation 1.3";
+    c.call = "mesh_spline(..., chordal = -0.005, ..., gradation = 1.3, ...)";
+    c.title = "Closed smooth curve through 12 nodes of an ellipse";
 
     const unsigned nodes = 12;
     const double a = 1.5, b = 0.8;
@@ -446,13 +493,13 @@ curve_result ellipse_spline(double& curve_to_coarse_chords) {
     double deviation = 0.0;
     stopwatch clock;
     clock.start();
-    const int rc = t1d::mesh_spline(coords, chain, sizes, false, 1, no_count_limit, -0.005, 0.01, 0.0, 1.3, out,
+    const int rc = t1d::mesh_spline(coords, chain, sizes, false, 1, t1d::no_count_bound, -0.005, 0.01, 0.0, 1.3, out,
                                     params, out_sizes, deviation);
     clock.stop(c.ms);
     curve_to_coarse_chords = deviation;
     if (!succeeded(c, "mesh_spline (sizes)", rc)) return c;
-    c.chain = chain_points(coords, out);
-    c.chain_sizes.assign(out_sizes.data(), out_sizes.data() + out_sizes.size());
+    c.chains = {chain_points(coords, out)};
+    c.chain_sizes = {std::vector<double>(out_sizes.data(), out_sizes.data() + out_sizes.size())};
     measure_iso(c);
     return c;
 }
@@ -473,7 +520,8 @@ box bounds(const curve_result& c) {
     };
     for (const auto& line : c.reference)
         for (const point3& p : line) grow(p);
-    for (const point3& p : c.chain) grow(p);
+    for (const auto& chain : c.chains)
+        for (const point3& p : chain) grow(p);
     for (const point3& p : c.markers) grow(p);
     for (const auto& g : c.metric_glyphs) {
         grow({g.centre.x - 0.5 * g.h_major, g.centre.y - 0.5 * g.h_major, 0.0});
@@ -508,13 +556,17 @@ void draw_view(demo::svg_canvas& svg, const demo::rect& area, const box& world, 
     for (const auto& g : c.metric_glyphs)
         svg.ellipse(to_screen(g.centre), 0.5 * g.h_major * f.scale(), 0.5 * g.h_minor * f.scale(),
                     -g.angle * 180.0 / pi, "#6a8fd0", 1.0);
-    std::vector<demo::point2> chain;
-    for (const point3& p : c.chain) chain.push_back(to_screen(p));
-    svg.polyline(chain, "#1b1b1b", 1.1);
-    const double r = node_radius(chain);
-    for (std::size_t k = 0; k < chain.size(); ++k) {
-        const double h = k < c.chain_sizes.size() ? c.chain_sizes[k] : scale.lo;
-        svg.circle(chain[k], r, demo::to_hex(demo::ramp_colour(scale(h))), "#333", 0.35);
+    for (std::size_t i = 0; i < c.chains.size(); ++i) {
+        std::vector<demo::point2> chain;
+        for (const point3& p : c.chains[i]) chain.push_back(to_screen(p));
+        svg.polyline(chain, "#1b1b1b", 1.1);
+        const double r = node_radius(chain);
+        const std::vector<double> none;
+        const std::vector<double>& sizes = i < c.chain_sizes.size() ? c.chain_sizes[i] : none;
+        for (std::size_t k = 0; k < chain.size(); ++k) {
+            const double h = k < sizes.size() ? sizes[k] : scale.lo;
+            svg.circle(chain[k], r, demo::to_hex(demo::ramp_colour(scale(h))), "#333", 0.35);
+        }
     }
     for (const point3& p : c.markers) svg.square(to_screen(p), 4.5, "#c0392b", 1.4);
     svg.end_clip();
@@ -522,31 +574,38 @@ void draw_view(demo::svg_canvas& svg, const demo::rect& area, const box& world, 
 
 void draw_panel(demo::svg_canvas& svg, const demo::rect& panel, const curve_result& c) {
     svg.rectangle(panel, "#fcfcfc", "#d0d0d0", 1.0);
-    svg.text(panel.x + 10, panel.y + 20, c.title, 13, "start", true);
+    svg.monospace(panel.x + 10, panel.y + 20, c.call, 12, true, "#1f3f7a");
+    svg.text(panel.x + 10, panel.y + 37, c.title, 12, "start", true);
     char line[200];
     if (c.failure.empty())
         std::snprintf(line, sizeof line, "%zu elements, metric lengths %.3f .. %.3f, deviation %.2e",
-                      c.chain.size() > 0 ? c.chain.size() - 1 : 0, c.min_metric, c.max_metric, c.max_deviation);
+                      element_count(c), c.min_metric, c.max_metric, c.max_deviation);
     else
         std::snprintf(line, sizeof line, "FAILED: %s", c.failure.c_str());
-    svg.text(panel.x + 10, panel.y + 37, line, 11, "start", false, c.failure.empty() ? "#555" : "#c0392b");
+    svg.text(panel.x + 10, panel.y + 53, line, 11, "start", false, c.failure.empty() ? "#555" : "#c0392b");
 
-    const demo::rect plot{panel.x + 6, panel.y + 44, panel.w - 12, panel.h - 44 - 40};
+    const double heading = 60, legend = 40;
+    const demo::rect plot{panel.x + 6, panel.y + heading, panel.w - 12, panel.h - heading - legend};
     double lo = std::numeric_limits<double>::max(), hi = 0.0;
-    for (double h : c.chain_sizes)
-        if (h > 0.0) lo = std::min(lo, h), hi = std::max(hi, h);
+    for (const auto& sizes : c.chain_sizes)
+        for (double h : sizes)
+            if (h > 0.0) lo = std::min(lo, h), hi = std::max(hi, h);
     const demo::size_scale scale = hi > 0.0 ? demo::size_scale(lo, hi) : demo::size_scale(1.0, 1.0);
 
     const box world = bounds(c);
     if (!c.has_zoom) {
         draw_view(svg, plot, world, c, scale);
     } else {
-        // Wide curves keep the upper part and show the zoom below; tall ones share side by side.
-        const bool wide = world.xmax - world.xmin > world.ymax - world.ymin;
-        const demo::rect main = wide ? demo::rect{plot.x, plot.y, plot.w, plot.h * 0.32}
-                                     : demo::rect{plot.x, plot.y, plot.w * 0.4, plot.h};
-        const demo::rect zoom = wide ? demo::rect{plot.x, plot.y + plot.h * 0.32, plot.w, plot.h * 0.68}
-                                     : demo::rect{plot.x + plot.w * 0.4, plot.y, plot.w * 0.6, plot.h};
+        // Wide curves get a strip on top, as high as the whole curve needs at full width (at most
+        // half the plot), and the zoom below; tall ones share side by side the same way.
+        const double dx = world.xmax - world.xmin, dy = world.ymax - world.ymin, margin = 16;
+        const bool wide = dx > dy;
+        const double strip = wide ? std::min(0.5 * plot.h, std::max(60.0, (plot.w - margin) * dy / dx + margin))
+                                  : std::min(0.5 * plot.w, std::max(60.0, (plot.h - margin) * dx / dy + margin));
+        const demo::rect main = wide ? demo::rect{plot.x, plot.y, plot.w, strip}
+                                     : demo::rect{plot.x, plot.y, strip, plot.h};
+        const demo::rect zoom = wide ? demo::rect{plot.x, plot.y + strip, plot.w, plot.h - strip}
+                                     : demo::rect{plot.x + strip, plot.y, plot.w - strip, plot.h};
         draw_view(svg, main, world, c, scale);
         // Outline the zoomed window in the overview, at least a few pixels across.
         const demo::frame f(world.xmin, world.xmax, world.ymin, world.ymax,
@@ -561,17 +620,22 @@ void draw_panel(demo::svg_canvas& svg, const demo::rect& panel, const curve_resu
     if (hi > 0.0) svg.legend({panel.x + panel.w - 230, panel.y + panel.h - 30, 200, 9}, scale, c.size_label);
 }
 
-const char* const table_header = "curve                           polyline  elements   min mlen   max mlen      max dev        ms";
+const char* const table_header = "curve                           polyline  elements   min mlen   max mlen      max dev";
+const char* const time_header = "        ms";
 
-std::string table_row(const curve_result& c) {
+// One row of the table; the time column only on the console, so that the picture stays the same
+// from run to run.
+std::string table_row(const curve_result& c, bool with_time) {
     char line[200];
     if (!c.failure.empty())
         std::snprintf(line, sizeof line, "%-30s %9u   FAILED: %s", c.name.c_str(), c.reference_nodes,
                       c.failure.c_str());
-    else
+    else if (with_time)
         std::snprintf(line, sizeof line, "%-30s %9u %9zu %10.4f %10.4f %12.3e %9.3f", c.name.c_str(),
-                      c.reference_nodes, c.chain.empty() ? std::size_t(0) : c.chain.size() - 1, c.min_metric,
-                      c.max_metric, c.max_deviation, c.ms);
+                      c.reference_nodes, element_count(c), c.min_metric, c.max_metric, c.max_deviation, c.ms);
+    else
+        std::snprintf(line, sizeof line, "%-30s %9u %9zu %10.4f %10.4f %12.3e", c.name.c_str(), c.reference_nodes,
+                      element_count(c), c.min_metric, c.max_metric, c.max_deviation);
     return line;
 }
 
@@ -580,19 +644,50 @@ const char* const table_notes[] = {
     "polyline node (sampled curve for the extrusions and the spline) to the nearest chain element.",
 };
 
+// Every element's metric length, one row of dots per curve on a common axis, in the rest of the
+// summary panel: how closely each chain fits its size field (1 is a perfect fit).
+void draw_metric_strips(demo::svg_canvas& svg, const demo::rect& at, const demo::rect& panel,
+                        const std::vector<curve_result>& curves) {
+    const double lo = 0.5, hi = 1.5, label_width = 200;
+    const double bottom = panel.y + panel.h - 28;
+    const double row = std::min(18.0, (bottom - at.y - 24) / std::max<std::size_t>(curves.size(), 1));
+    if (row < 6.0) return;
+    const double x0 = at.x + label_width, x1 = at.x + at.w - 10;
+    auto to_x = [&](double m) { return x0 + (std::min(hi, std::max(lo, m)) - lo) / (hi - lo) * (x1 - x0); };
+    svg.text(at.x, at.y, "Element lengths in the size field", 11, "start", true);
+    double y = at.y + 18;
+    for (const curve_result& c : curves) {
+        svg.text(at.x, y + 4, c.name, 10, "start", false, "#444");
+        svg.polyline({{x0, y}, {x1, y}}, "#e4e4e4", 1.0);
+        for (double m : c.element_metric) svg.circle({to_x(m), y}, 2.2, "#1f3f7a", "none", 0.0);
+        y += row;
+    }
+    for (double m = lo; m <= hi + 1e-9; m += 0.25) {
+        const double x = to_x(m);
+        svg.polyline({{x, at.y + 10}, {x, y - row + 6}}, m == 1.0 ? "#e67e22" : "#cccccc", 0.8, m != 1.0);
+        svg.text(x, y + 6, demo::svg_canvas::number(m), 10, "middle", false, "#555");
+    }
+}
+
 // The table and a key to the drawing, in the free cells of the last row.
 void draw_summary(demo::svg_canvas& svg, const demo::rect& panel, const std::vector<curve_result>& curves) {
     svg.rectangle(panel, "#fcfcfc", "#d0d0d0", 1.0);
     svg.text(panel.x + 10, panel.y + 20, "Summary", 13, "start", true);
     double y = panel.y + 42;
     svg.monospace(panel.x + 10, y, table_header, 11, true);
-    for (const curve_result& c : curves) svg.monospace(panel.x + 10, y += 16, table_row(c), 11, false,
+    for (const curve_result& c : curves) svg.monospace(panel.x + 10, y += 16, table_row(c, false), 11, false,
                                                        c.failure.empty() ? "#222" : "#c0392b");
     y += 10;
     for (const char* note : table_notes) svg.text(panel.x + 10, y += 15, note, 11, "start", false, "#555");
+    const double table_bottom = y;
 
-    y += 30;
-    const double x = panel.x + 16;
+    // The key, in a column of its own right of the table when the panel is wide enough for both.
+    const double key_width = 340, table_width = 600;
+    const bool beside = panel.w >= table_width + key_width;
+    const double x = beside ? panel.x + panel.w - key_width : panel.x + 16;
+    y = beside ? panel.y + 42 : y + 30;
+    svg.text(x, y, "Key", 11, "start", true);
+    y += 20;
     svg.polyline({{x, y}, {x + 30, y}}, "#c4c4c4", 4.0);
     svg.text(x + 40, y + 4, "input polyline, or the exact curve (extrusions, spline)", 11);
     svg.polyline({{x, y += 20}, {x + 30, y}}, "#1b1b1b", 1.1);
@@ -604,11 +699,13 @@ void draw_summary(demo::svg_canvas& svg, const demo::rect& panel, const std::vec
     svg.text(x + 40, y + 4, "unit ellipse of the metric (half-axes = half the sizes)", 11);
     svg.rectangle({x + 5, (y += 20) - 6, 20, 12}, "none", "#e67e22", 1.2);
     svg.text(x + 40, y + 4, "window shown enlarged in the zoom", 11);
+
+    draw_metric_strips(svg, {panel.x + 10, std::max(y, table_bottom) + 30, panel.w - 20, 0.0}, panel, curves);
 }
 
 void print_table(const std::vector<curve_result>& curves) {
-    std::printf("%s\n", table_header);
-    for (const curve_result& c : curves) std::printf("%s\n", table_row(c).c_str());
+    std::printf("%s%s\n", table_header, time_header);
+    for (const curve_result& c : curves) std::printf("%s\n", table_row(c, true).c_str());
     std::printf("\n");
     for (const char* note : table_notes) std::printf("%s\n", note);
 }
@@ -640,9 +737,10 @@ int main(int argc, char** argv) {
 
     double spline_chord_deviation = 0.0;
     std::vector<curve_result> curves;
-    curves.push_back(airfoil("airfoil, graded sizes", "Airfoil t=0.12, sizes 0.005 (LE) -> 0.05 (TE)", 0.0, 0.0));
-    curves.push_back(airfoil("airfoil, chordal -0.002", "Same sizes, curvature-limited (chordal -0.002)", -0.002,
-                             1e-4));
+    curves.push_back(airfoil("airfoil, graded sizes", "mesh_line(pos, polyline, sizes, ...)",
+                             "Airfoil t=0.12, sizes 0.005 (leading edge) -> 0.05 (trailing edge)", 0.0, 0.0));
+    curves.push_back(airfoil("airfoil, chordal -0.002", "mesh_line(..., chordal = -0.002, hmin = 1e-4, ...)",
+                             "Same sizes, capped by the curvature", -0.002, 1e-4));
     curves.push_back(wavy_anisotropic());
     curves.push_back(helix());
     curves.push_back(boundary_layer());

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 #include <limits>
@@ -19,14 +20,40 @@
 namespace vx4 {
 namespace math1 {
 
+// The containers are header-only: the raw storage below is inline, so a program that includes
+// this header links nothing for it, and each shared library keeps its own copy of the test hook.
+
+namespace detail {
+// Allocations left before failures start; negative means never fail.
+inline std::atomic<long> allocations_before_failure{-1};
+
+inline bool allocation_refused() noexcept {
+    long left = allocations_before_failure.load(std::memory_order_relaxed);
+    while (left >= 0) {
+        if (left == 0) return true;
+        if (allocations_before_failure.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) return false;
+    }
+    return false;
+}
+} // namespace detail
+
 // Raw storage for every vector_num block. Returns null when memory is short, never throws.
-void* __vector_num_alloc(std::size_t bytes, std::size_t alignment = alignof(std::max_align_t));
-void __vector_num_free(void* p) noexcept;
+inline void* __vector_num_alloc(std::size_t bytes, std::size_t alignment = alignof(std::max_align_t)) {
+    if (detail::allocation_refused()) return nullptr;
+    if (bytes == 0) bytes = 1;
+    if (alignment <= alignof(std::max_align_t)) return std::malloc(bytes);
+    // aligned_alloc wants a size that is a multiple of the alignment.
+    const std::size_t rounded = (bytes + alignment - 1) / alignment * alignment;
+    return std::aligned_alloc(alignment, rounded);
+}
+
+inline void __vector_num_free(void* p) noexcept { std::free(p); }
 
 // Test hook: the allocation `n` calls from now (0 = the next one) and every later one fail,
-// until `allow_all_allocations` is called. Lets tests reach every out-of-memory path.
-void fail_allocations_after(long n) noexcept;
-void allow_all_allocations() noexcept;
+// until `allow_all_allocations` is called. Lets tests reach every out-of-memory path. It acts
+// on the allocations made by code of the calling program or library (the hook is per binary).
+inline void fail_allocations_after(long n) noexcept { detail::allocations_before_failure.store(n < 0 ? 0 : n); }
+inline void allow_all_allocations() noexcept { detail::allocations_before_failure.store(-1); }
 
 // Base of every storage block: an atomic reference count and a virtual destructor.
 class ref_counted {
