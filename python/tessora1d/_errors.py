@@ -1,0 +1,1 @@
+"""Exceptions raised by tessora1d."""
