@@ -1,0 +1,154 @@
+"""Timings of the Python module tessora1d (run by hand, not by the test suite).
+
+(a) ``mesh_curves`` on one and on two threads, over a batch of 1000 curves of 10^4 nodes.
+(b) The cost of the binding: ``mesh_line`` from Python on the dense-input isotropic 2-D
+    workload of bench/mesh_line_bench.cpp (10^6 nodes), against that C++ benchmark.
+
+Every figure is the median of several runs, the one- and two-thread runs interleaved, so
+that load from other processes on a shared machine spreads over both sides::
+
+    PYTHONPATH=build/release/python python3 bench/python/bench_mesh_curves.py \\
+        --cpp-bench build/release/bench/mesh_line_bench
+"""
+
+import argparse
+import json
+import os
+import statistics
+import subprocess
+import sys
+import time
+
+import numpy as np
+
+import tessora1d
+
+
+def batch_of_curves(count, nodes, seed=0):
+    """Sine arcs of length 10 with a size field like the C++ benchmark's, one phase each.
+
+    Returns
+    -------
+    curves : list of ndarray, (nodes, 2)
+    sizes : list of ndarray, (nodes,)
+    """
+    rng = np.random.default_rng(seed)
+    x = np.linspace(0.0, 10.0, nodes)
+    phase = rng.uniform(0.0, 2.0 * np.pi, (count, 1))
+    points = np.empty((count, nodes, 2))
+    points[:, :, 0] = x
+    points[:, :, 1] = 0.2 * np.sin(6.0 * np.pi * x + phase)
+    sizes = np.broadcast_to(size_at(x), (count, nodes)).copy()
+    return list(points), list(sizes)
+
+
+def size_at(x):
+    """The size field of bench/mesh_line_bench.cpp along the abscissa x in [0, 10]."""
+    return 0.01 + 0.04 * (0.5 + 0.5 * np.cos(2.0 * np.pi * x / 10.0))
+
+
+def dense_input_iso_2d(nodes):
+    """The dense-input isotropic 2-D workload of bench/mesh_line_bench.cpp.
+
+    Returns
+    -------
+    points : ndarray, (nodes, 2)
+        y = 0.2 sin(6 pi x) sampled at `nodes` equally spaced x in [0, 10].
+    sizes : ndarray, (nodes,)
+    params : ndarray, (nodes,)
+        Normalised chord length, as the C++ benchmark passes it.
+    """
+    x = 10.0 * np.arange(nodes) / (nodes - 1)
+    points = np.column_stack([x, 0.2 * np.sin(6.0 * np.pi * x)])
+    chord = np.concatenate([[0.0], np.cumsum(np.hypot(np.diff(points[:, 0]), np.diff(points[:, 1])))])
+    return points, size_at(x), chord / chord[-1]
+
+
+def seconds(call):
+    start = time.perf_counter()
+    call()
+    return time.perf_counter() - start
+
+
+def bench_threads(count, nodes, runs):
+    """Median seconds of mesh_curves on the batch with 1 and with 2 threads."""
+    curves, sizes = batch_of_curves(count, nodes)
+    one = tessora1d.mesh_curves(curves, sizes=sizes, threads=1)
+    two = tessora1d.mesh_curves(curves, sizes=sizes, threads=2)  # also warms caches and pages
+    if not all(np.array_equal(a, b) for a, b in zip(one, two)):
+        raise SystemExit("mesh_curves gives different chains on 1 and 2 threads")
+    elements = sum(len(chain) - 1 for chain in one)
+    times = {1: [], 2: []}
+    for _ in range(runs):
+        for threads in (1, 2):
+            times[threads].append(seconds(lambda: tessora1d.mesh_curves(curves, sizes=sizes, threads=threads)))
+    return statistics.median(times[1]), statistics.median(times[2]), elements, times
+
+
+def bench_binding(nodes, runs):
+    """Median seconds of one Python mesh_line call on the dense-input workload."""
+    points, sizes, params = dense_input_iso_2d(nodes)
+    result = tessora1d.mesh_line(points, sizes=sizes, params=params)
+    elements = len(result.chain) - 1
+    times = [seconds(lambda: tessora1d.mesh_line(points, sizes=sizes, params=params)) for _ in range(runs)]
+    return statistics.median(times), elements, times
+
+
+def bench_cpp(executable, nodes, runs):
+    """Median milliseconds of the matching C++ benchmark, or None when it cannot run."""
+    if not executable or not os.access(executable, os.X_OK):
+        return None
+    command = [
+        executable,
+        f"--benchmark_filter=^DenseInputIso2D/{nodes}$",
+        f"--benchmark_repetitions={runs}",
+        "--benchmark_report_aggregates_only=true",
+        "--benchmark_format=json",
+    ]
+    report = json.loads(subprocess.run(command, check=True, capture_output=True, text=True).stdout)
+    medians = [b for b in report["benchmarks"] if b.get("aggregate_name") == "median"]
+    if not medians:
+        return None
+    unit = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}[medians[0]["time_unit"]]
+    return medians[0]["real_time"] * unit, int(medians[0].get("elements", 0))
+
+
+def main(argv=None):
+    here = os.path.dirname(os.path.abspath(__file__))
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("--curves", type=int, default=1000, help="curves in the batch (default 1000)")
+    parser.add_argument("--nodes", type=int, default=10000, help="nodes per curve (default 10^4)")
+    parser.add_argument("--line-nodes", type=int, default=1000000, help="nodes of the mesh_line polyline (default 10^6)")
+    parser.add_argument("--runs", type=int, default=5, help="runs per figure; medians are reported (default 5)")
+    parser.add_argument(
+        "--cpp-bench",
+        default=os.path.normpath(os.path.join(here, os.pardir, os.pardir, "build", "release", "bench", "mesh_line_bench")),
+        help="the C++ mesh_line_bench program (default build/release/bench/mesh_line_bench)",
+    )
+    parser.add_argument("--skip", choices=["threads", "binding"], action="append", default=[], help="leave a part out")
+    args = parser.parse_args(argv)
+    print(f"tessora1d {tessora1d.version()}, {os.cpu_count()} cores, load average {os.getloadavg()[0]:.2f}")
+
+    if "threads" not in args.skip:
+        t1, t2, elements, times = bench_threads(args.curves, args.nodes, args.runs)
+        print(f"(a) mesh_curves, {args.curves} curves x {args.nodes} nodes -> {elements} elements, {args.runs} runs")
+        print(f"    1 thread  median {t1 * 1e3:8.1f} ms  (runs: {', '.join(f'{t * 1e3:.0f}' for t in times[1])})")
+        print(f"    2 threads median {t2 * 1e3:8.1f} ms  (runs: {', '.join(f'{t * 1e3:.0f}' for t in times[2])})")
+        print(f"    speed-up {t1 / t2:.2f}x")
+
+    if "binding" not in args.skip:
+        py, elements, times = bench_binding(args.line_nodes, args.runs)
+        print(f"(b) mesh_line from Python, DenseInputIso2D/{args.line_nodes} -> {elements} elements, {args.runs} runs")
+        print(f"    Python median {py * 1e3:8.2f} ms  (runs: {', '.join(f'{t * 1e3:.1f}' for t in times)})")
+        cpp = bench_cpp(args.cpp_bench, args.line_nodes, args.runs)
+        if cpp is None:
+            print(f"    C++ benchmark not found at {args.cpp_bench}: no comparison")
+        else:
+            cpp_ms, cpp_elements = cpp
+            print(f"    C++    median {cpp_ms:8.2f} ms  ({cpp_elements} elements)")
+            print(f"    binding overhead {py * 1e3 - cpp_ms:+.2f} ms ({(py * 1e3 / cpp_ms - 1.0) * 100:+.1f} %)")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
