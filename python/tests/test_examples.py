@@ -25,14 +25,16 @@ def dask_client():
         yield client
 
 
-@pytest.mark.parametrize("options", [{}, {"even": True, "nmin": 7}], ids=["defaults", "even-nmin"])
-def test_dask_batch_matches_serial_results(dask_client, options):
+@pytest.mark.parametrize(
+    "options, chunk_size", [({}, None), ({"even": True, "nmin": 7}, 32)], ids=["default-chunks", "even-nmin-chunks-of-32"]
+)
+def test_dask_batch_matches_serial_results(dask_client, options, chunk_size):
     import dask_batch
 
     curves, sizes = dask_batch.make_batch(203, nodes=40, seed=11)
     serial = tessora1d.mesh_curves(curves, sizes=sizes, threads=1, **options)
-    # 203 = 6 * 32 + 11: several full chunks and a short last one.
-    batched = dask_batch.mesh_batch(dask_client, curves, sizes, chunk_size=32, **options)
+    # 203 curves: chunks of 64 (the default floor) or 32, with a short last chunk either way.
+    batched = dask_batch.mesh_batch(dask_client, curves, sizes, chunk_size=chunk_size, **options)
     assert len(batched) == len(serial)
     for mine, reference in zip(batched, serial):
         assert mine.dtype == reference.dtype and mine.shape == reference.shape
