@@ -118,11 +118,11 @@ def main(argv=None):
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("--curves", type=int, default=1000, help="curves in the batch (default 1000)")
     parser.add_argument("--nodes", type=int, default=10000, help="nodes per curve (default 10^4)")
-    parser.add_argument("--line-nodes", type=int, default=1000000, help="nodes of the mesh_line polyline (default 10^6)")
+    parser.add_argument("--line-nodes", type=int, default=1000000, help="mesh_line polyline nodes (default 10^6)")
     parser.add_argument("--runs", type=int, default=5, help="runs per figure; medians are reported (default 5)")
     parser.add_argument(
         "--cpp-bench",
-        default=os.path.normpath(os.path.join(here, os.pardir, os.pardir, "build", "release", "bench", "mesh_line_bench")),
+        default=os.path.normpath(os.path.join(here, "..", "..", "build", "release", "bench", "mesh_line_bench")),
         help="the C++ mesh_line_bench program (default build/release/bench/mesh_line_bench)",
     )
     parser.add_argument("--skip", choices=["threads", "binding"], action="append", default=[], help="leave a part out")

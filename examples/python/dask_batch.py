@@ -171,7 +171,7 @@ def main(argv=None):
     parser.add_argument("--curves", type=int, default=20000, help="curves in the batch (default 20000)")
     parser.add_argument("--nodes", type=int, default=200, help="polyline nodes per curve (default 200)")
     parser.add_argument("--workers", type=int, default=2, help="local worker processes (default 2)")
-    parser.add_argument("--chunk-size", type=int, default=None, help="curves per task (default: a few tasks per worker)")
+    parser.add_argument("--chunk-size", type=int, default=None, help="curves per task (default: a few per worker)")
     parser.add_argument("--scheduler", default=None, help="address of a running scheduler, e.g. tcp://scheduler:8786")
     parser.add_argument("--threads", action="store_true", help="local workers as threads of this process")
     args = parser.parse_args(argv)

@@ -26,7 +26,9 @@ def dask_client():
 
 
 @pytest.mark.parametrize(
-    "options, chunk_size", [({}, None), ({"even": True, "nmin": 7}, 32)], ids=["default-chunks", "even-nmin-chunks-of-32"]
+    "options, chunk_size",
+    [({}, None), ({"even": True, "nmin": 7}, 32)],
+    ids=["default-chunks", "even-nmin-chunks-of-32"],
 )
 def test_dask_batch_matches_serial_results(dask_client, options, chunk_size):
     import dask_batch
