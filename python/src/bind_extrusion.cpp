@@ -84,6 +84,8 @@ sweep_input read_sweep(const call& c, py::handle points, py::handle start, const
 
 py::tuple sweep_result(const call& c, int rc, const sweep_input& in, const dense1D<unsigned>& chain,
                        std::initializer_list<code_text> table) {
+    // From a point, the start is the column the library appends: -2 means it could not append it.
+    if (rc == -2 && !in.node) c.out_of_memory(rc);
     c.check(rc, table);
     return py::make_tuple(points_out(in.X, in.X.rows(), in.n0, in.X.cols() - in.n0), indices_out(chain));
 }
