@@ -100,10 +100,48 @@ def default_chunk_size(count, worker_threads):
     return max(MIN_CHUNK, -(-count // tasks))
 
 
+def pack(arrays):
+    """Concatenate arrays of one trailing shape into a buffer and the offsets that cut it.
+
+    Thousands of small arrays cost Dask far more to serialise one by one than the
+    meshing itself; one buffer per chunk travels as a single block.
+
+    Parameters
+    ----------
+    arrays : list of ndarray
+        Arrays whose shapes differ at most in their first axis.
+
+    Returns
+    -------
+    buffer : ndarray
+    offsets : ndarray of int64, (len(arrays) + 1,)
+        Array k is ``buffer[offsets[k]:offsets[k + 1]]``.
+    """
+    offsets = np.zeros(len(arrays) + 1, dtype=np.int64)
+    np.cumsum([len(a) for a in arrays], out=offsets[1:])
+    return np.concatenate(arrays), offsets
+
+
+def unpack(buffer, offsets):
+    """The arrays of :func:`pack`, as views of `buffer`."""
+    return [buffer[offsets[k] : offsets[k + 1]] for k in range(len(offsets) - 1)]
+
+
 def mesh_chunk(chunk, threads, options):
-    """Mesh one chunk, a (curves, sizes) pair, on a worker: the body of every task."""
-    curves, sizes = chunk
-    return tessora1d.mesh_curves(curves, sizes=sizes, threads=threads, **options)
+    """Mesh one packed chunk on a worker and return its chains packed: the body of every task.
+
+    Parameters
+    ----------
+    chunk : tuple
+        ``(points, point_offsets, sizes)``: the chunk's curves and sizes packed by :func:`pack`.
+    threads : int
+        Threads for ``mesh_curves``.
+    options : dict
+        Keyword options for ``mesh_curves``.
+    """
+    points, offsets, sizes = chunk
+    chains = tessora1d.mesh_curves(unpack(points, offsets), sizes=unpack(sizes, offsets), threads=threads, **options)
+    return pack(chains)
 
 
 def mesh_batch(client, curves, sizes, *, chunk_size=None, threads=1, **options):
@@ -114,7 +152,7 @@ def mesh_batch(client, curves, sizes, *, chunk_size=None, threads=1, **options):
     client : distributed.Client
         Client of the cluster that runs the tasks.
     curves : list of ndarray
-        Polylines, each (n, 2) or (n, 3).
+        Polylines, each (n, 2) or (n, 3), all of one dimension.
     sizes : list of ndarray
         Size per node of each curve, parallel to `curves`.
     chunk_size : int, optional
@@ -128,7 +166,7 @@ def mesh_batch(client, curves, sizes, *, chunk_size=None, threads=1, **options):
     Returns
     -------
     list of ndarray
-        The chain of each curve, in input order.
+        The chain of each curve, in input order (views of one buffer per chunk).
     """
     if len(sizes) != len(curves):
         raise ValueError("sizes must be parallel to curves")
@@ -138,11 +176,11 @@ def mesh_batch(client, curves, sizes, *, chunk_size=None, threads=1, **options):
     bounds = chunk_bounds(len(curves), chunk_size)
     # Scatter the inputs first: the tasks then refer to data already on the workers
     # instead of carrying megabytes inside the task graph.
-    inputs = client.scatter([(curves[a:b], sizes[a:b]) for a, b in bounds])
+    inputs = client.scatter([pack(curves[a:b]) + (np.concatenate(sizes[a:b]),) for a, b in bounds])
     tasks = [client.submit(mesh_chunk, chunk, threads, options) for chunk in inputs]
     results = []
-    for chunk in client.gather(tasks):  # futures in chunk order, so input order is kept
-        results.extend(chunk)
+    for chains, offsets in client.gather(tasks):  # futures in chunk order, so input order is kept
+        results.extend(unpack(chains, offsets))
     return results
 
 
