@@ -70,28 +70,46 @@ def seconds(call):
     return time.perf_counter() - start
 
 
+def seconds_and_cores(call):
+    """Wall seconds of a call and the cores it had on average (process CPU time over wall time)."""
+    cpu, start = time.process_time(), time.perf_counter()
+    call()
+    wall = time.perf_counter() - start
+    return wall, (time.process_time() - cpu) / wall
+
+
 def bench_threads(count, nodes, runs):
-    """Median seconds of mesh_curves on the batch with 1 and with 2 threads."""
+    """Median seconds of mesh_curves on the batch with 1 and with 2 threads, and the cores each run had."""
     curves, sizes = batch_of_curves(count, nodes)
     one = tessora1d.mesh_curves(curves, sizes=sizes, threads=1)
     two = tessora1d.mesh_curves(curves, sizes=sizes, threads=2)  # also warms caches and pages
     if not all(np.array_equal(a, b) for a, b in zip(one, two)):
         raise SystemExit("mesh_curves gives different chains on 1 and 2 threads")
     elements = sum(len(chain) - 1 for chain in one)
-    times = {1: [], 2: []}
+    times, cores = {1: [], 2: []}, {1: [], 2: []}
     for _ in range(runs):
         for threads in (1, 2):
-            times[threads].append(seconds(lambda: tessora1d.mesh_curves(curves, sizes=sizes, threads=threads)))
-    return statistics.median(times[1]), statistics.median(times[2]), elements, times
+            wall, used = seconds_and_cores(lambda: tessora1d.mesh_curves(curves, sizes=sizes, threads=threads))
+            times[threads].append(wall)
+            cores[threads].append(used)
+    return statistics.median(times[1]), statistics.median(times[2]), elements, times, cores
 
 
 def bench_binding(nodes, runs):
-    """Median seconds of one Python mesh_line call on the dense-input workload."""
+    """Median seconds of one Python mesh_line call on the dense-input workload, and of a tiny call."""
     points, sizes, params = dense_input_iso_2d(nodes)
     result = tessora1d.mesh_line(points, sizes=sizes, params=params)
     elements = len(result.chain) - 1
     times = [seconds(lambda: tessora1d.mesh_line(points, sizes=sizes, params=params)) for _ in range(runs)]
-    return statistics.median(times), elements, times
+    # The fixed cost of a call: ten nodes, so that argument handling is all there is to time.
+    few_points, few_sizes, few_params = dense_input_iso_2d(10)
+    calls = 2000
+    tiny = [
+        seconds(lambda: [tessora1d.mesh_line(few_points, sizes=few_sizes, params=few_params) for _ in range(calls)])
+        / calls
+        for _ in range(runs)
+    ]
+    return statistics.median(times), elements, times, statistics.median(tiny)
 
 
 def bench_cpp(executable, nodes, runs):
@@ -130,14 +148,15 @@ def main(argv=None):
     print(f"tessora1d {tessora1d.version()}, {os.cpu_count()} cores, load average {os.getloadavg()[0]:.2f}")
 
     if "threads" not in args.skip:
-        t1, t2, elements, times = bench_threads(args.curves, args.nodes, args.runs)
+        t1, t2, elements, times, cores = bench_threads(args.curves, args.nodes, args.runs)
         print(f"(a) mesh_curves, {args.curves} curves x {args.nodes} nodes -> {elements} elements, {args.runs} runs")
-        print(f"    1 thread  median {t1 * 1e3:8.1f} ms  (runs: {', '.join(f'{t * 1e3:.0f}' for t in times[1])})")
-        print(f"    2 threads median {t2 * 1e3:8.1f} ms  (runs: {', '.join(f'{t * 1e3:.0f}' for t in times[2])})")
+        for threads, median in ((1, t1), (2, t2)):
+            runs = ", ".join(f"{t * 1e3:.0f} ms on {c:.2f} cores" for t, c in zip(times[threads], cores[threads]))
+            print(f"    {threads} thread(s) median {median * 1e3:8.1f} ms  (runs: {runs})")
         print(f"    speed-up {t1 / t2:.2f}x")
 
     if "binding" not in args.skip:
-        py, elements, times = bench_binding(args.line_nodes, args.runs)
+        py, elements, times, tiny = bench_binding(args.line_nodes, args.runs)
         print(f"(b) mesh_line from Python, DenseInputIso2D/{args.line_nodes} -> {elements} elements, {args.runs} runs")
         print(f"    Python median {py * 1e3:8.2f} ms  (runs: {', '.join(f'{t * 1e3:.1f}' for t in times)})")
         cpp = bench_cpp(args.cpp_bench, args.line_nodes, args.runs)
@@ -147,6 +166,7 @@ def main(argv=None):
             cpp_ms, cpp_elements = cpp
             print(f"    C++    median {cpp_ms:8.2f} ms  ({cpp_elements} elements)")
             print(f"    binding overhead {py * 1e3 - cpp_ms:+.2f} ms ({(py * 1e3 / cpp_ms - 1.0) * 100:+.1f} %)")
+        print(f"    a 10-node call from Python: median {tiny * 1e6:.1f} us")
     return 0
 
 
