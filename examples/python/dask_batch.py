@@ -192,15 +192,32 @@ def identical(first, second):
 
 
 def start_local_cluster(workers, threads_per_worker=1, processes=True):
-    """Start a cluster of `workers` workers on the loopback interface, with no dashboard."""
+    """Start a local cluster with no dashboard.
+
+    Parameters
+    ----------
+    workers : int
+        Number of workers.
+    threads_per_worker : int, optional
+        Threads of each worker.
+    processes : bool, optional
+        Workers as processes talking over the loopback interface (127.0.0.1); when false,
+        as threads of this process talking in memory, with no socket at all.
+
+    Returns
+    -------
+    distributed.LocalCluster
+    """
     from distributed import LocalCluster
 
+    # In-process clusters use their own transport, which takes no host.
+    network = {"host": "127.0.0.1"} if processes else {}
     return LocalCluster(
         n_workers=workers,
         threads_per_worker=threads_per_worker,
         processes=processes,
-        host="127.0.0.1",
         dashboard_address=None,
+        **network,
     )
 
 

@@ -15,13 +15,14 @@ EXAMPLES = os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir, o
 sys.path.insert(0, os.path.normpath(EXAMPLES))
 
 
-@pytest.fixture(scope="module")
-def dask_client():
-    """One two-worker cluster of processes for the module: starting one costs seconds."""
+@pytest.fixture(scope="module", params=["processes", "threads"])
+def dask_client(request):
+    """A two-worker cluster for the module (a cluster of processes takes seconds to start)."""
     distributed = pytest.importorskip("distributed")
     import dask_batch
 
-    with dask_batch.start_local_cluster(2, processes=True) as cluster, distributed.Client(cluster) as client:
+    processes = request.param == "processes"
+    with dask_batch.start_local_cluster(2, processes=processes) as cluster, distributed.Client(cluster) as client:
         yield client
 
 
