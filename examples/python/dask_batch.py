@@ -3,6 +3,7 @@
 The batch is cut into chunks; each chunk is one task that meshes its curves with
 ``tessora1d.mesh_curves`` on a worker. The chunk results are gathered in input order
 and compared, bit for bit, with ``mesh_curves`` run on the whole batch in this process.
+A chunk travels to its worker as one packed buffer, and its chains come back the same way.
 
 Run on this machine (a local cluster of worker processes on the loopback interface)::
 
@@ -221,6 +222,29 @@ def start_local_cluster(workers, threads_per_worker=1, processes=True):
     )
 
 
+def _module_version():
+    import tessora1d as module  # on a worker: fails there, with its own message, if missing
+
+    return module.version()
+
+
+def check_workers(client):
+    """Make sure every worker imports the same tessora1d as this process.
+
+    Also the warm-up: afterwards no task pays for the module's first import.
+
+    Raises
+    ------
+    RuntimeError
+        Naming the workers whose version differs.
+    """
+    versions = client.run(_module_version)
+    odd = {worker: version for worker, version in versions.items() if version != tessora1d.version()}
+    if odd:
+        raise RuntimeError(f"workers with another tessora1d than {tessora1d.version()}: {odd}")
+    return len(versions)
+
+
 def main(argv=None):
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("--curves", type=int, default=20000, help="curves in the batch (default 20000)")
@@ -249,7 +273,7 @@ def main(argv=None):
         client = Client(cluster)
     try:
         client.wait_for_workers(1)
-        workers = len(client.nthreads())
+        workers = check_workers(client)
         start = time.perf_counter()
         distributed_result = mesh_batch(client, curves, sizes, chunk_size=args.chunk_size)
         dask_s = time.perf_counter() - start
