@@ -20,8 +20,9 @@ index_array indices_to_connect(const char* name, py::handle chain, unsigned rows
         py::gil_scoped_release nogil;
         rc = rows == 2 ? t1::indices_to_connectE2(I, out) : t1::indices_to_connectE3(I, out);
     }
-    c.check(rc, {{-1, "chain", rows == 2 ? "must hold no index or at least 2"
-                                         : "must hold no index or an odd number of them, at least 3"}});
+    c.check(rc, {{-1, "chain",
+                  rows == 2 ? "must hold no index or at least 2"
+                            : "must hold no index or an odd number of them, at least 3"}});
     return elements_out(out, rows);
 }
 
@@ -132,8 +133,10 @@ py::tuple mesh_reorient(py::handle edges, py::handle neighbors, py::handle start
 } // namespace
 
 void bind_connectivity(py::module_& m) {
-    m.def("indices_to_connect_e2", [](py::handle chain) { return indices_to_connect("indices_to_connect_e2", chain, 2); });
-    m.def("indices_to_connect_e3", [](py::handle chain) { return indices_to_connect("indices_to_connect_e3", chain, 3); });
+    m.def("indices_to_connect_e2",
+          [](py::handle chain) { return indices_to_connect("indices_to_connect_e2", chain, 2); });
+    m.def("indices_to_connect_e3",
+          [](py::handle chain) { return indices_to_connect("indices_to_connect_e3", chain, 3); });
     m.def("split_into_linear", &split_into_linear);
     m.def("convert_into_linear", &convert_into_linear);
     m.def("flip", &flip);

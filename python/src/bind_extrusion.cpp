@@ -59,8 +59,8 @@ sweep_input read_sweep(const call& c, py::handle points, py::handle start, const
         in.P = c.reals("start", start);
         in.dim = in.P.size();
         if (in.dim != 2 && in.dim != 3)
-            c.refuse("start", "must be a node index or a point of 2 or 3 coordinates, not of " +
-                                  std::to_string(in.dim));
+            c.refuse("start",
+                     "must be a node index or a point of 2 or 3 coordinates, not of " + std::to_string(in.dim));
         if (reference.size() != in.dim)
             c.refuse(reference_name, "must have as many coordinates as start (" + std::to_string(in.dim) + "), not " +
                                          std::to_string(reference.size()));
@@ -130,8 +130,7 @@ int rotate2(sweep_input& in, const dense1D<double>& C, double angle, bool even, 
                       : t1::extrude_rotate(in.X, p, centre, angle, in.h0, in.h1, even, chain);
 }
 
-int rotate3(sweep_input& in, const dense1D<double>& C, const dense1D<double>& W, bool even,
-            dense1D<unsigned>& chain) {
+int rotate3(sweep_input& in, const dense1D<double>& C, const dense1D<double>& W, bool even, dense1D<unsigned>& chain) {
     const auto centre = fixed<3>(C), w = fixed<3>(W);
     if (in.node)
         return in.uniform ? t1::extrude_rotate(in.X, in.j, centre, w, in.count, chain)
@@ -141,8 +140,8 @@ int rotate3(sweep_input& in, const dense1D<double>& C, const dense1D<double>& W,
                       : t1::extrude_rotate(in.X, p, centre, w, in.h0, in.h1, even, chain);
 }
 
-py::tuple extrude_rotate(py::handle points, py::handle start, py::handle center, py::handle rotation,
-                         py::handle count, py::handle h0, py::handle h1, bool even) {
+py::tuple extrude_rotate(py::handle points, py::handle start, py::handle center, py::handle rotation, py::handle count,
+                         py::handle h0, py::handle h1, bool even) {
     const call c("extrude_rotate");
     const dense1D<double> C = c.reals("center", center);
     sweep_input in = read_sweep(c, points, start, "center", C, count, h0, h1);
@@ -163,12 +162,13 @@ py::tuple extrude_rotate(py::handle points, py::handle start, py::handle center,
         py::gil_scoped_release nogil;
         rc = in.dim == 2 ? rotate2(in, C, angle, even, chain) : rotate3(in, C, W, even, chain);
     }
-    return sweep_result(c, rc, in, chain,
-                        {{-1, "points", "must have one column per coordinate of center (2 or 3)"},
-                         {-2, "start", "must be below the number of points"},
-                         {-3, "rotation", "sweeps an arc of zero length: zero rotation, or start on the centre or axis"},
-                         {-5, "h0", "must be positive"},
-                         {-6, "h1", "must be positive"}});
+    return sweep_result(
+        c, rc, in, chain,
+        {{-1, "points", "must have one column per coordinate of center (2 or 3)"},
+         {-2, "start", "must be below the number of points"},
+         {-3, "rotation", "sweeps an arc of zero length: zero rotation, or start on the centre or axis"},
+         {-5, "h0", "must be positive"},
+         {-6, "h1", "must be positive"}});
 }
 
 } // namespace

@@ -71,9 +71,10 @@ real_array interpolate_coordinates(py::handle points, py::handle chain_obj, py::
         py::gil_scoped_release nogil;
         rc = t1::interpolate_coordinates(X, chain, params, new_nodes, new_params);
     }
-    c.check(rc, {{-2, "chain", "must hold indices below the number of points, at least one when new_params is not empty"},
-                 {-3, "params", "must not decrease"},
-                 {-5, "new_params", "must not decrease"}});
+    c.check(rc,
+            {{-2, "chain", "must hold indices below the number of points, at least one when new_params is not empty"},
+             {-3, "params", "must not decrease"},
+             {-5, "new_params", "must not decrease"}});
     return points_out(X, dim, n, m);
 }
 

@@ -42,7 +42,9 @@ struct field_input {
     // `per` names what one value belongs to, `count` how many there must be.
     field_input(const call& c, const std::string& k, py::handle value, unsigned count, const char* per,
                 dense1D<double>* slot = nullptr)
-        : kind(parse(k)), name(kind == metrics ? "metrics" : kind == size ? "size" : "sizes") {
+        : kind(parse(k)), name(kind == metrics ? "metrics"
+                               : kind == size  ? "size"
+                                               : "sizes") {
         if (kind == size) {
             const double s = c.real("size", value);
             h = reuse(c, slot, count);
@@ -75,8 +77,7 @@ struct line_options {
     bool even;
     unsigned nmin, nmax;
     double chordal, hmin;
-    line_options(const call& c, bool even_, py::handle nmin_, py::handle nmax_, py::handle chordal_,
-                 py::handle hmin_)
+    line_options(const call& c, bool even_, py::handle nmin_, py::handle nmax_, py::handle chordal_, py::handle hmin_)
         : even(even_), nmin(c.count("nmin", nmin_)), nmax(c.count("nmax", nmax_, true)),
           chordal(c.real("chordal", chordal_)), hmin(c.real("hmin", hmin_)) {}
 };
@@ -177,8 +178,7 @@ dense1D<unsigned> read_chain(const call& c, py::handle chain, unsigned n, const 
     return c.indices("chain", chain);
 }
 
-py::tuple mesh_straight(py::handle points, py::handle chain_obj, const std::string& kind, py::handle field,
-                        bool even) {
+py::tuple mesh_straight(py::handle points, py::handle chain_obj, const std::string& kind, py::handle field, bool even) {
     const call c("mesh_straight");
     dense2D<double> X = c.matrix("points", points, points_shape, headroom(points));
     const unsigned n = X.cols(), dim = X.rows();

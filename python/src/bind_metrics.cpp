@@ -57,8 +57,8 @@ dense2D<double> initial_metrics(const call& c, py::handle metrics, unsigned widt
     const std::string shape = "of shape (n, " + std::to_string(width) + "), one packed metric per " + per;
     dense2D<double> M = c.matrix("metrics", metrics, shape.c_str());
     if (M.cols() != n || M.rows() != width)
-        c.refuse("metrics", "must have shape (" + std::to_string(n) + ", " + std::to_string(width) + "), one metric per " +
-                                per);
+        c.refuse("metrics",
+                 "must have shape (" + std::to_string(n) + ", " + std::to_string(width) + "), one metric per " + per);
     return M;
 }
 

@@ -116,8 +116,8 @@ void call::wrong_type(const char* argument, const std::string& what) const {
 }
 
 void call::out_of_memory(int code) const {
-    raise("Tessora1dMemoryError",
-          py::make_tuple(compose(function_, nullptr, "ran out of memory", code), code_or_none(code), py::str(function_)));
+    raise("Tessora1dMemoryError", py::make_tuple(compose(function_, nullptr, "ran out of memory", code),
+                                                 code_or_none(code), py::str(function_)));
 }
 
 void call::check(int rc, std::initializer_list<code_text> table) const {
@@ -184,8 +184,8 @@ dense1D<double> reuse(const call& c, dense1D<double>* slot, unsigned n) {
     return v;
 }
 
-dense2D<double> call::matrix(const char* arg, py::handle obj, const char* expected, unsigned extra,
-                             values rule, dense2D<double>* slot) const {
+dense2D<double> call::matrix(const char* arg, py::handle obj, const char* expected, unsigned extra, values rule,
+                             dense2D<double>* slot) const {
     const py::array a = as_array(arg, obj, false);
     if (a.ndim() != 2) refuse(arg, std::string("must be a 2-D array ") + expected + ", not of shape " + shape_text(a));
     const py::ssize_t n = a.shape(0), w = a.shape(1);
@@ -232,8 +232,8 @@ namespace {
 // Reads n x w integers into out (w x n, leading dimension w); returns the flat position of the
 // first value outside [0, 2^32 - 1] (-1 allowed when `minus_one_is_none`), or -1.
 template <class T>
-long long read_indices(const py::array& a, py::ssize_t n, py::ssize_t w, py::ssize_t s0, py::ssize_t s1,
-                       unsigned* out, bool minus_one_is_none, long long& value) {
+long long read_indices(const py::array& a, py::ssize_t n, py::ssize_t w, py::ssize_t s0, py::ssize_t s1, unsigned* out,
+                       bool minus_one_is_none, long long& value) {
     const char* base = static_cast<const char*>(a.data());
     for (py::ssize_t i = 0; i < n; ++i)
         for (py::ssize_t r = 0; r < w; ++r) {
@@ -252,9 +252,8 @@ long long read_indices(const py::array& a, py::ssize_t n, py::ssize_t w, py::ssi
     return -1;
 }
 
-template <class Out>
-void read_index_array(const call& c, const char* arg, const py::array& a, py::ssize_t n, py::ssize_t w,
-                      py::ssize_t s0, py::ssize_t s1, unsigned* out, bool minus_one_is_none) {
+void read_index_array(const call& c, const char* arg, const py::array& a, py::ssize_t n, py::ssize_t w, py::ssize_t s0,
+                      py::ssize_t s1, unsigned* out, bool minus_one_is_none) {
     long long value = 0;
     const long long bad = a.dtype().kind() == 'u' && a.dtype().itemsize() == 8
                               ? read_indices<std::uint64_t>(a, n, w, s0, s1, out, minus_one_is_none, value)
@@ -264,8 +263,8 @@ void read_index_array(const call& c, const char* arg, const py::array& a, py::ss
         if (a.dtype().kind() == 'u' && a.dtype().itemsize() == 8)
             c.refuse(arg, "must hold indices below 4294967296 (2**32), not a larger value at " + where);
         c.refuse(arg, std::string(value < 0 ? (minus_one_is_none ? "must hold indices >= 0 or -1 for none"
-                                                                  : "must hold indices >= 0")
-                                             : "must hold indices below 4294967296 (2**32)") +
+                                                                 : "must hold indices >= 0")
+                                            : "must hold indices below 4294967296 (2**32)") +
                           ", not " + std::to_string(value) + " at " + where);
     }
 }
@@ -280,12 +279,11 @@ dense1D<unsigned> call::indices(const char* arg, py::handle obj) const {
         refuse(arg, "is too large for the library: at most 4294967295 indices");
     dense1D<unsigned> v;
     if (!v.resize(static_cast<unsigned>(n))) out_of_memory();
-    if (n) read_index_array<unsigned>(*this, arg, a, n, 1, a.strides(0), 0, v.data(), false);
+    if (n) read_index_array(*this, arg, a, n, 1, a.strides(0), 0, v.data(), false);
     return v;
 }
 
-dense2D<unsigned> call::elements(const char* arg, py::handle obj, const char* expected,
-                                 bool minus_one_is_none) const {
+dense2D<unsigned> call::elements(const char* arg, py::handle obj, const char* expected, bool minus_one_is_none) const {
     const py::array a = as_array(arg, obj, true);
     if (a.ndim() != 2) refuse(arg, std::string("must be a 2-D array ") + expected + ", not of shape " + shape_text(a));
     const py::ssize_t n = a.shape(0), w = a.shape(1);
@@ -294,7 +292,8 @@ dense2D<unsigned> call::elements(const char* arg, py::handle obj, const char* ex
         refuse(arg, "is too large for the library: at most 4294967295 indices");
     dense2D<unsigned> C;
     if (!C.resize(static_cast<unsigned>(w), static_cast<unsigned>(n))) out_of_memory();
-    if (entries) read_index_array<unsigned>(*this, arg, a, n, w, a.strides(0), a.strides(1), C.data(), minus_one_is_none);
+    if (entries)
+        read_index_array(*this, arg, a, n, w, a.strides(0), a.strides(1), C.data(), minus_one_is_none);
     return C;
 }
 
@@ -310,7 +309,8 @@ unsigned call::count(const char* arg, py::handle obj, bool none_is_no_bound) con
     }
     int overflow = 0;
     const long long v = PyLong_AsLongLongAndOverflow(index.ptr(), &overflow);
-    if (overflow < 0 || (overflow == 0 && v < 0)) refuse(arg, "must not be negative, not " + std::string(py::str(index)));
+    if (overflow < 0 || (overflow == 0 && v < 0))
+        refuse(arg, "must not be negative, not " + std::string(py::str(index)));
     if (overflow > 0 || static_cast<unsigned long long>(v) > largest_unsigned)
         refuse(arg, "must be at most 4294967295 (2**32 - 1), not " + std::string(py::str(index)));
     return static_cast<unsigned>(v);

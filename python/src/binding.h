@@ -39,7 +39,7 @@ enum class values { finite, not_nan };
 // A reader given a slot takes its storage when it is large enough and leaves the storage it used
 // in the slot, unless it exceeds `workspace::keep_bytes`.
 struct workspace {
-    static constexpr unsigned long long keep_bytes = 256ull << 20;
+    static constexpr unsigned long long keep_bytes = 64ull << 20;
     dense2D<double> points;
     dense1D<double> reals[2];
     dense1D<unsigned> iota;

@@ -48,8 +48,9 @@ class Tessora1dMemoryError(MemoryError):
     Attributes
     ----------
     code : int or None
-        The library's return code (-199; -198 for mesh_line without params), or None when the
-        binding could not store the inputs.
+        The library's return code (-199; -198 for mesh_line without params; -2 for an extrusion
+        from a point, which the library could not append), or None when the binding could not
+        store the inputs.
     function : str
         The tessora1d function that raised.
     """

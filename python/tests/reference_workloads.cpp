@@ -122,7 +122,7 @@ private:
 
 // ---- inputs --------------------------------------------------------------------------------------
 
-struct lcg {  // a fixed pseudo-random sequence in [0, 1)
+struct lcg { // a fixed pseudo-random sequence in [0, 1)
     std::uint64_t s;
     double next() {
         s = s * 6364136223846793005ull + 1442695040888963407ull;
@@ -198,16 +198,29 @@ void appending(case_writer& c, const dense2D<double>& X, Call call) {
 void connectivity_cases() {
     const ids chain{4, 9, 2, 7, 0, 3, 8, 1, 5};
     dense2D<unsigned> e2, e3, split;
-    case_writer("e2", "indices_to_connect_e2").expect(t1::indices_to_connectE2(chain, e2)).arg("chain", v(chain)).out("result", v(e2, 2));
-    case_writer("e3", "indices_to_connect_e3").expect(t1::indices_to_connectE3(chain, e3)).arg("chain", v(chain)).out("result", v(e3, 3));
-    case_writer("split", "split_into_linear").expect(t1::split_into_linear(e3, split)).arg("edges", v(e3, 3)).out("result", v(split, 2));
+    case_writer("e2", "indices_to_connect_e2")
+        .expect(t1::indices_to_connectE2(chain, e2))
+        .arg("chain", v(chain))
+        .out("result", v(e2, 2));
+    case_writer("e3", "indices_to_connect_e3")
+        .expect(t1::indices_to_connectE3(chain, e3))
+        .arg("chain", v(chain))
+        .out("result", v(e3, 3));
+    case_writer("split", "split_into_linear")
+        .expect(t1::split_into_linear(e3, split))
+        .arg("edges", v(e3, 3))
+        .out("result", v(split, 2));
     dense2D<unsigned> C = columns<unsigned>(4, {0, 3, 1, 2, 3, 6, 4, 5, 6, 9, 7, 8}), F = copy(e3);
-    case_writer("linear", "convert_into_linear").arg("edges", v(C, 4)).expect(t1::convert_into_linear(C)).out("result", v(C, 2));
+    case_writer("linear", "convert_into_linear")
+        .arg("edges", v(C, 4))
+        .expect(t1::convert_into_linear(C))
+        .out("result", v(C, 2));
     case_writer("flip", "flip").arg("edges", v(F, 3)).expect(t1::flip(F)).out("result", v(F, 3));
 
     // High-order conversion: the out form, the in-place form (Python has one form) and quadratic.
     const dense2D<double> X = curve(2, 6, 11), X3 = curve(3, 4, 12);
-    const dense2D<unsigned> E = columns<unsigned>(2, {0, 1, 1, 2, 3, 2, 4, 5}), E3 = columns<unsigned>(2, {0, 1, 2, 1, 2, 3});
+    const dense2D<unsigned> E = columns<unsigned>(2, {0, 1, 1, 2, 3, 2, 4, 5}),
+                            E3 = columns<unsigned>(2, {0, 1, 2, 1, 2, 3});
     for (const unsigned k : {3u, 2u}) {
         dense2D<double> Y = copy(X);
         dense2D<unsigned> in = copy(E), out;
@@ -218,8 +231,12 @@ void connectivity_cases() {
     }
     dense2D<double> Y3 = copy(X3);
     dense2D<unsigned> Q = copy(E3);
-    case_writer("quadratic", "convert_into_quadratic").arg("points", v(X3)).arg("edges", v(E3, 2)).expect(t1::convert_into_quadratic(Y3, Q))
-        .out("new_points", v(Y3, 3, 4)).out("edges", v(Q, 3));
+    case_writer("quadratic", "convert_into_quadratic")
+        .arg("points", v(X3))
+        .arg("edges", v(E3, 2))
+        .expect(t1::convert_into_quadratic(Y3, Q))
+        .out("new_points", v(Y3, 3, 4))
+        .out("edges", v(Q, 3));
 
     // Reorientation of two chains: given neighbours from element 1; computed ones, all components.
     const dense2D<unsigned> R = columns<unsigned>(2, {0, 1, 2, 1, 2, 3, 5, 4, 5, 6, 7, 6});
@@ -228,8 +245,10 @@ void connectivity_cases() {
         if (!given) vx4::tessora::get_neighbors(R, vx4::edge2, false, N);
         case_writer c(given ? "reorient" : "reorient_all", "mesh_reorient");
         c.arg("edges", v(R, 2));
-        if (given) c.kw("neighbors", v(N, 2, 6)).kw("start", integer(1));
-        else c.kw("all_components", flag(true));
+        if (given)
+            c.kw("neighbors", v(N, 2, 6)).kw("start", integer(1));
+        else
+            c.kw("all_components", flag(true));
         const int turned = t1::mesh_reorient(C2, N, given ? 1 : 0, given ? 0 : 1);
         c.expect(turned).out("edges", v(C2, 2)).out("neighbors", v(N, 2, 6)).out("turned", integer(turned));
     }
@@ -240,7 +259,9 @@ void extrusion_cases() {
     {
         case_writer c("translate_node_count", "extrude_translate");
         c.arg("points", v(X2)).arg("start", integer(1)).arg("vector", v(reals{0.3, -1.7})).kw("count", integer(7));
-        appending(c, X2, [](dense2D<double>& Y, ids& ch) { return t1::extrude_translate(Y, 1u, v2{0.3, -1.7}, 7u, ch); });
+        appending(c, X2, [](dense2D<double>& Y, ids& ch) {
+            return t1::extrude_translate(Y, 1u, v2{0.3, -1.7}, 7u, ch);
+        });
     }
     {
         case_writer c("translate_point_sizes", "extrude_translate");
@@ -254,7 +275,9 @@ void extrusion_cases() {
         case_writer c("rotate_node_sizes", "extrude_rotate");
         c.arg("points", v(X2)).arg("start", integer(2)).arg("center", v(reals{0.5, 0.5})).arg("rotation", real(-2.5));
         c.kw("h0", real(0.02)).kw("h1", real(0.2));
-        appending(c, X2, [](dense2D<double>& Y, ids& ch) { return t1::extrude_rotate(Y, 2u, v2{0.5, 0.5}, -2.5, 0.02, 0.2, false, ch); });
+        appending(c, X2, [](dense2D<double>& Y, ids& ch) {
+            return t1::extrude_rotate(Y, 2u, v2{0.5, 0.5}, -2.5, 0.02, 0.2, false, ch);
+        });
     }
     {
         case_writer c("rotate_point_count", "extrude_rotate");
@@ -268,7 +291,9 @@ void extrusion_cases() {
         case_writer c("rotate_point_alone", "extrude_rotate");
         c.arg("points", v(dense2D<double>(), 2)).arg("start", v(reals{1.0, 0.0})).arg("center", v(reals{0.0, 0.0}));
         c.arg("rotation", real(pi / 2)).kw("count", integer(5));
-        appending(c, dense2D<double>(), [](dense2D<double>& Y, ids& ch) { return t1::extrude_rotate(Y, v2{1.0, 0.0}, v2{0.0, 0.0}, pi / 2, 5u, ch); });
+        appending(c, dense2D<double>(), [](dense2D<double>& Y, ids& ch) {
+            return t1::extrude_rotate(Y, v2{1.0, 0.0}, v2{0.0, 0.0}, pi / 2, 5u, ch);
+        });
     }
 }
 
@@ -303,8 +328,10 @@ void line_case(const char* name, const dense2D<double>& X, const Field& field, b
     if (with_params) c.kw("params", v(P));
     if (nmax != none) c.kw("nmax", integer(nmax));
     c.out("new_points", v(Y, X.rows(), n)).out("chain", v(chain)).out("params", v(params));
-    if constexpr (metric) c.out("metrics", v(out, width));
-    else c.out("sizes", v(out));
+    if constexpr (metric)
+        c.out("metrics", v(out, width));
+    else
+        c.out("sizes", v(out));
 }
 
 void line_cases() {
@@ -332,14 +359,51 @@ void straight_and_spline_cases() {
     const dense2D<double> X = columns<double>(2, {0, 0, 1, 0, 1.5, 0.8, 0.2, 1.1, -0.5, 0.4});
     const dense2D<double> M = random_metrics(2, 2, 0.1, 9);
     const reals h{0.1, 0.3, 0.05, 0.2, 0.15};
-    const struct { const char* name; ids chain; const char* field; value given; bool even; std::function<int(dense2D<double>&, ids&)> call; } cases[] = {
-        {"straight_sizes", iota(5), "sizes", v(h), true, [&](dense2D<double>& Y, ids& o) { return t1::mesh_straight(Y, iota(5), h, true, o); }},
-        {"straight_count", {4, 2, 0}, "count", integer(13), false, [](dense2D<double>& Y, ids& o) { return t1::mesh_straight(Y, ids{4, 2, 0}, 13u, false, o); }},
-        {"straight_metrics", {1, 3}, "metrics", v(M), false, [&](dense2D<double>& Y, ids& o) { return t1::mesh_straight(Y, ids{1, 3}, M, false, o); }},
+    const struct {
+        const char* name;
+        ids chain;
+        const char* field;
+        value given;
+        bool even;
+        std::function<int(dense2D<double>&, ids&)> call;
+    } cases[] = {
+        {"straight_sizes", iota(5), "sizes", v(h), true,
+         [&](dense2D<double>& Y, ids& o) { return t1::mesh_straight(Y, iota(5), h, true, o); }},
+        {"straight_count",
+         {4, 2, 0},
+         "count",
+         integer(13),
+         false,
+         [](dense2D<double>& Y, ids& o) {
+             return t1::mesh_straight(Y, ids{4, 2, 0}, 13u, false, o);
+         }},
+        {"straight_metrics",
+         {1, 3},
+         "metrics",
+         v(M),
+         false,
+         [&](dense2D<double>& Y, ids& o) {
+             return t1::mesh_straight(Y, ids{1, 3}, M, false, o);
+         }},
         // The node-pair overloads, reached from Python through chains of 2 or 3 indices.
-        {"straight_pair_count", {3, 1}, "count", integer(6), false, [](dense2D<double>& Y, ids& o) { return t1::mesh_straight(Y, 3u, 1u, 6u, o); }},
-        {"straight_triple_count", {0, 2, 4}, "count", integer(11), false, [](dense2D<double>& Y, ids& o) { return t1::mesh_straight(Y, 0u, 2u, 4u, 11u, o); }},
-        {"straight_pair_sizes", {2, 4}, "sizes", v(reals{0.02, 0.3}), true, [](dense2D<double>& Y, ids& o) { return t1::mesh_straight(Y, 2u, 4u, 0.02, 0.3, true, o); }},
+        {"straight_pair_count",
+         {3, 1},
+         "count",
+         integer(6),
+         false,
+         [](dense2D<double>& Y, ids& o) { return t1::mesh_straight(Y, 3u, 1u, 6u, o); }},
+        {"straight_triple_count",
+         {0, 2, 4},
+         "count",
+         integer(11),
+         false,
+         [](dense2D<double>& Y, ids& o) { return t1::mesh_straight(Y, 0u, 2u, 4u, 11u, o); }},
+        {"straight_pair_sizes",
+         {2, 4},
+         "sizes",
+         v(reals{0.02, 0.3}),
+         true,
+         [](dense2D<double>& Y, ids& o) { return t1::mesh_straight(Y, 2u, 4u, 0.02, 0.3, true, o); }},
     };
     for (const auto& s : cases) {
         case_writer c(s.name, "mesh_straight");
@@ -376,7 +440,11 @@ void straight_and_spline_cases() {
         double deviation = 0.0;
         case_writer c("spline_sizes", "mesh_spline");
         c.expect(t1::mesh_spline(Y, chain, hs, false, 1, none, 0.001, 0.01, 0.0, 0.0, out, params, sizes, deviation));
-        c.arg("points", v(S)).arg("chain", v(chain)).kw("sizes", v(hs)).kw("chordal", real(0.001)).kw("hmin", real(0.01));
+        c.arg("points", v(S))
+            .arg("chain", v(chain))
+            .kw("sizes", v(hs))
+            .kw("chordal", real(0.001))
+            .kw("hmin", real(0.01));
         c.out("new_points", v(Y, 2, 12)).out("chain", v(out)).out("params", v(params)).out("sizes", v(sizes));
         c.out("deviation", real(deviation));
     }
@@ -388,7 +456,11 @@ void straight_and_spline_cases() {
         double deviation = 0.0;
         case_writer c("spline_metrics", "mesh_spline");
         c.expect(t1::mesh_spline(Y, iota(9), MS, true, 4, 60, -0.05, 0.0, 0.2, 1.5, out, params, metrics, deviation));
-        c.arg("points", v(S)).kw("metrics", v(MS)).kw("even", flag(true)).kw("nmin", integer(4)).kw("nmax", integer(60));
+        c.arg("points", v(S))
+            .kw("metrics", v(MS))
+            .kw("even", flag(true))
+            .kw("nmin", integer(4))
+            .kw("nmax", integer(60));
         c.kw("chordal", real(-0.05)).kw("background", real(0.2)).kw("gradation", real(1.5));
         c.out("new_points", v(Y, 3, 9)).out("chain", v(out)).out("params", v(params)).out("metrics", v(metrics, 6));
         c.out("deviation", real(deviation));
@@ -400,73 +472,146 @@ void geometry_cases() {
     const ids chain{3, 7, 1, 8, 20, 2};
     const dense2D<unsigned> E = columns<unsigned>(2, {0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 7, 6, 6, 5, 9, 8, 29, 3});
     double len = 0.0, len_edges = 0.0;
-    case_writer("length_chain", "length").expect(t1::length(B, chain, len)).arg("points", v(B)).arg("chain", v(chain)).out("result", real(len));
-    case_writer("length_edges", "length").expect(t1::length(A, E, len_edges)).arg("points", v(A)).kw("edges", v(E, 2)).out("result", real(len_edges));
+    case_writer("length_chain", "length")
+        .expect(t1::length(B, chain, len))
+        .arg("points", v(B))
+        .arg("chain", v(chain))
+        .out("result", real(len));
+    case_writer("length_edges", "length")
+        .expect(t1::length(A, E, len_edges))
+        .arg("points", v(A))
+        .kw("edges", v(E, 2))
+        .out("result", real(len_edges));
     {
         const reals params{0.0, 0.1, 0.1, 0.4, 0.9, 1.0}, queries{-0.5, 0.0, 0.05, 0.1, 0.33, 0.95, 1.0, 2.0};
         dense2D<double> Y = copy(B);
         Y.resize(3, 25 + queries.size(), 0.0);
         case_writer c("interpolate_coordinates", "interpolate_coordinates");
         c.expect(t1::interpolate_coordinates(Y, chain, params, iota(queries.size(), 25), queries));
-        c.arg("points", v(B)).arg("chain", v(chain)).arg("params", v(params)).arg("new_params", v(queries)).out("result", v(Y, 3, 25));
+        c.arg("points", v(B))
+            .arg("chain", v(chain))
+            .arg("params", v(params))
+            .arg("new_params", v(queries))
+            .out("result", v(Y, 3, 25));
     }
     reals curv2, curv3;
-    case_writer("curvatures2d", "curvatures").expect(t1::curvatures(A, iota(30), curv2)).arg("points", v(A)).out("result", v(curv2));
-    case_writer("curvatures3d", "curvatures").expect(t1::curvatures(B, chain, curv3)).arg("points", v(B)).arg("chain", v(chain)).out("result", v(curv3));
-    const struct { const char* name; double p, python_p; bool normalize; } normal_cases[] = {
-        {"normals_mean", 0.0, 0.0, true}, {"normals_length", 1.0, 1.0, false}, {"normals_power", -1.5, -1.5, true},
-        {"normals_longest", largest, HUGE_VAL, true}, {"normals_shortest", -largest, -HUGE_VAL, true}};
+    case_writer("curvatures2d", "curvatures")
+        .expect(t1::curvatures(A, iota(30), curv2))
+        .arg("points", v(A))
+        .out("result", v(curv2));
+    case_writer("curvatures3d", "curvatures")
+        .expect(t1::curvatures(B, chain, curv3))
+        .arg("points", v(B))
+        .arg("chain", v(chain))
+        .out("result", v(curv3));
+    const struct {
+        const char* name;
+        double p, python_p;
+        bool normalize;
+    } normal_cases[] = {{"normals_mean", 0.0, 0.0, true},
+                        {"normals_length", 1.0, 1.0, false},
+                        {"normals_power", -1.5, -1.5, true},
+                        {"normals_longest", largest, HUGE_VAL, true},
+                        {"normals_shortest", -largest, -HUGE_VAL, true}};
     for (const auto& nc : normal_cases) {
         dense2D<double> N;
-        case_writer(nc.name, "normals").expect(t1::normals(A, E, nc.p, nc.normalize, N)).arg("points", v(A)).arg("edges", v(E, 2))
-            .kw("power", real(nc.python_p)).kw("normalize", flag(nc.normalize)).out("result", v(N));
+        case_writer(nc.name, "normals")
+            .expect(t1::normals(A, E, nc.p, nc.normalize, N))
+            .arg("points", v(A))
+            .arg("edges", v(E, 2))
+            .kw("power", real(nc.python_p))
+            .kw("normalize", flag(nc.normalize))
+            .out("result", v(N));
     }
     const reals params = random_sizes(10, 0.0, 3.0, 12);
     const dense2D<unsigned> PE = columns<unsigned>(2, {0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 9, 8});
     const dense2D<double> D = curve(3, 10, 63);
     reals pc;
-    case_writer("parametric_curvatures", "parametric_curvatures").expect(t1::parametric_curvatures(params, PE, D, pc))
-        .arg("params", v(params)).arg("edges", v(PE, 2)).arg("derivatives", v(D)).out("result", v(pc));
+    case_writer("parametric_curvatures", "parametric_curvatures")
+        .expect(t1::parametric_curvatures(params, PE, D, pc))
+        .arg("params", v(params))
+        .arg("edges", v(PE, 2))
+        .arg("derivatives", v(D))
+        .out("result", v(pc));
 }
 
 void metric_cases() {
     const reals params{0.0, 0.2, 0.2, 0.5, 1.0, 3.0}, queries{0.0, 0.1, 0.2, 0.2, 0.3, 0.75, 2.0, 3.0};
     const reals h{0.1, 0.5, 0.2, 0.3, 0.05, 1.0};
     reals hq;
-    case_writer("interpolate_sizes", "interpolate_metrics").expect(t1::interpolate_metrics(params, h, queries, hq))
-        .arg("params", v(params)).arg("queries", v(queries)).kw("sizes", v(h)).out("result", v(hq));
+    case_writer("interpolate_sizes", "interpolate_metrics")
+        .expect(t1::interpolate_metrics(params, h, queries, hq))
+        .arg("params", v(params))
+        .arg("queries", v(queries))
+        .kw("sizes", v(h))
+        .out("result", v(hq));
     for (const unsigned dim : {2u, 3u}) {
         dense2D<double> out;
         const dense2D<double> M = random_metrics(dim, 6, 0.2, 13 + dim);
         case_writer(dim == 2 ? "interpolate_metrics2d" : "interpolate_metrics3d", "interpolate_metrics")
-            .expect(t1::interpolate_metrics(params, M, queries, out)).arg("params", v(params)).arg("queries", v(queries))
-            .kw("metrics", v(M)).out("result", v(out));
+            .expect(t1::interpolate_metrics(params, M, queries, out))
+            .arg("params", v(params))
+            .arg("queries", v(queries))
+            .kw("metrics", v(M))
+            .out("result", v(out));
     }
     const dense2D<double> A = curve(2, 12, 71), B = curve(3, 12, 72), M0 = random_metrics(2, 12, 0.3, 14);
     dense2D<unsigned> E(2, 11);
     for (unsigned e = 0; e < 11; ++e) E(0, e) = e, E(1, e) = e + 1;
     const ids nodes{0, 3, 3, 11, 6};
     dense2D<double> M = copy(M0), Md(3, 12, 0.0), M3(6, 12, 0.0), M3b(6, 12, 0.0);
-    case_writer("gen2d", "metrics_gen_aniso2d").expect(t1::metrics_gen_aniso2d(A, E, -0.3, M)).arg("points", v(A)).arg("edges", v(E, 2))
-        .arg("cross", real(-0.3)).kw("metrics", v(M0)).out("result", v(M));
-    case_writer("gen2d_directions", "metrics_gen_aniso2d_directions").expect(t1::metrics_gen_aniso2d(A, nodes, 0.4, 0.07, Md))
-        .arg("directions", v(A)).arg("nodes", v(nodes)).arg("h_dir", real(0.4)).arg("h_cross", real(0.07)).out("result", v(Md));
-    case_writer("gen3d", "metrics_gen_aniso3d").expect(t1::metrics_gen_aniso3d(B, E, 0.05, M3)).arg("points", v(B))
-        .arg("edges", v(E, 2)).arg("cross", real(0.05)).out("result", v(M3));
-    case_writer("gen3d_bent", "metrics_gen_aniso3d").expect(t1::metrics_gen_aniso3d(B, E, 0.02, 0.08, M3b)).arg("points", v(B))
-        .arg("edges", v(E, 2)).arg("cross", real(0.02)).arg("cross_out", real(0.08)).out("result", v(M3b));
+    case_writer("gen2d", "metrics_gen_aniso2d")
+        .expect(t1::metrics_gen_aniso2d(A, E, -0.3, M))
+        .arg("points", v(A))
+        .arg("edges", v(E, 2))
+        .arg("cross", real(-0.3))
+        .kw("metrics", v(M0))
+        .out("result", v(M));
+    case_writer("gen2d_directions", "metrics_gen_aniso2d_directions")
+        .expect(t1::metrics_gen_aniso2d(A, nodes, 0.4, 0.07, Md))
+        .arg("directions", v(A))
+        .arg("nodes", v(nodes))
+        .arg("h_dir", real(0.4))
+        .arg("h_cross", real(0.07))
+        .out("result", v(Md));
+    case_writer("gen3d", "metrics_gen_aniso3d")
+        .expect(t1::metrics_gen_aniso3d(B, E, 0.05, M3))
+        .arg("points", v(B))
+        .arg("edges", v(E, 2))
+        .arg("cross", real(0.05))
+        .out("result", v(M3));
+    case_writer("gen3d_bent", "metrics_gen_aniso3d")
+        .expect(t1::metrics_gen_aniso3d(B, E, 0.02, 0.08, M3b))
+        .arg("points", v(B))
+        .arg("edges", v(E, 2))
+        .arg("cross", real(0.02))
+        .arg("cross_out", real(0.08))
+        .out("result", v(M3b));
 
     reals values{0.5, -0.0, 0.1, 0.0, 0.3, 0.1, -7.0, 0.5};
     ids id{7, 8, 9, 3, 1, 2, 5, 0};
-    case_writer("sort", "sort").arg("values", v(values)).arg("ids", v(id)).expect(t1::sort(values, id)).out("values", v(values)).out("ids", v(id));
+    case_writer("sort", "sort")
+        .arg("values", v(values))
+        .arg("ids", v(id))
+        .expect(t1::sort(values, id))
+        .out("values", v(values))
+        .out("ids", v(id));
     reals x{0.0, 10.0, 5.0, 2.0, 7.5}, hx{1.0, 0.5, 2.0, 0.2, 0.7};
     const ids chain{0, 3, 2, 4, 1};
     ids out;
     case_writer c("subdivide", "subdivide");
-    c.arg("abscissas", v(x)).arg("sizes", v(hx)).arg("chain", v(chain)).kw("force_fine", flag(true)).kw("nmax", integer(40));
-    c.expect(t1::subdivide(x, hx, chain, true, false, 1, 40, out)).out("new_abscissas", v(x, 5)).out("new_sizes", v(hx, 5)).out("chain", v(out));
+    c.arg("abscissas", v(x))
+        .arg("sizes", v(hx))
+        .arg("chain", v(chain))
+        .kw("force_fine", flag(true))
+        .kw("nmax", integer(40));
+    c.expect(t1::subdivide(x, hx, chain, true, false, 1, 40, out))
+        .out("new_abscissas", v(x, 5))
+        .out("new_sizes", v(hx, 5))
+        .out("chain", v(out));
     const std::string version = t1::version();
-    case_writer("version", "version").out("result", make("|u1", {version.size()}, std::vector<char>(version.begin(), version.end())));
+    case_writer("version", "version")
+        .out("result", make("|u1", {version.size()}, std::vector<char>(version.begin(), version.end())));
 }
 
 } // namespace

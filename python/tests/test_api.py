@@ -1,6 +1,7 @@
 """The Python surface: signatures equal to the stubs, documentation, fresh results, threads."""
 
 import ast
+import doctest
 import inspect
 import pathlib
 import sys
@@ -63,6 +64,10 @@ def test_numpydoc_documents_every_parameter(name):
         section = doc.split("Parameters\n----------\n")[1].split("\n\n")[0]
         documented = {n.strip() for line in section.splitlines() if not line.startswith(" ") for n in line.split(":")[0].split(",")}
         assert set(parameters) <= documented, section
+
+
+def test_docstring_examples_run():
+    assert doctest.testmod(t).failed == 0
 
 
 def test_fixed_api_of_the_examples():
