@@ -34,6 +34,7 @@ code_text counts_text(int code, unsigned nmin) {
 struct field_input {
     enum kind_t { sizes, metrics, size } kind;
     const char* name;
+    lender borrowed; // declared before h, which may view its memory
     dense1D<double> h;
     dense2D<double> M;
 
@@ -50,7 +51,7 @@ struct field_input {
             h = reuse(c, slot, count);
             std::fill(h.begin(), h.end(), s);
         } else if (kind == sizes) {
-            h = c.reals("sizes", value, values::finite, slot);
+            h = c.reals("sizes", value, values::finite, slot, &borrowed);
             if (h.size() != count)
                 c.refuse("sizes", "must hold one size per " + std::string(per) + ": " + std::to_string(count) +
                                       " values, not " + std::to_string(h.size()));
@@ -102,9 +103,10 @@ line_run run_mesh_line(const call& c, py::handle points, const std::string& kind
     r.dim = r.X.rows();
     const field_input f(c, kind, field, r.n, "point", &ws.reals[0]);
     const bool with_params = !params_obj.is_none();
+    lender borrowed_params; // declared before P, which may view its memory
     dense1D<double> P;
     if (with_params) {
-        P = c.reals("params", params_obj, values::finite, &ws.reals[1]);
+        P = c.reals("params", params_obj, values::finite, &ws.reals[1], &borrowed_params);
         if (P.size() != r.n)
             c.refuse("params", "must hold one parameter per point: " + std::to_string(r.n) + " values, not " +
                                    std::to_string(P.size()));

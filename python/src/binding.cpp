@@ -213,14 +213,41 @@ dense2D<double> call::matrix(const char* arg, py::handle obj, const char* expect
     return X;
 }
 
-dense1D<double> call::reals(const char* arg, py::handle obj, values rule, dense1D<double>* slot) const {
+bool lender::lend(const py::array& a, unsigned n, dense1D<double>& view) {
+    using block = vx4::vector_num<double, 8>;
+    block* b = block::create(0);
+    if (!b) return false;
+    block_ = b;
+    array_ = a;
+    b->data = static_cast<double*>(const_cast<void*>(a.data()));
+    b->capacity = n;
+    view = dense1D<double>::view(block_, 0, n);
+    return true;
+}
+
+dense1D<double> call::reals(const char* arg, py::handle obj, values rule, dense1D<double>* slot,
+                            lender* borrow) const {
     const py::array a = as_array(arg, obj, false);
     if (a.ndim() != 1) refuse(arg, "must be a 1-D array, not of shape " + shape_text(a));
     const py::ssize_t n = a.shape(0);
     if (static_cast<unsigned long long>(n) > largest_unsigned)
         refuse(arg, "is too large for the library: at most 4294967295 values");
-    dense1D<double> v = reuse(*this, slot, static_cast<unsigned>(n));
-    const long long bad = read_reals(static_cast<const char*>(a.data()), n, 1, a.strides(0), 0, v.data(), rule);
+    const auto* p = static_cast<const char*>(a.data());
+    dense1D<double> v;
+    const bool lendable = borrow && n > 0 && a.strides(0) == py::ssize_t(sizeof(double)) &&
+                          reinterpret_cast<std::uintptr_t>(p) % alignof(double) == 0;
+    if (lendable) {
+        // Checked in place, then lent: the library reads these values and nothing else does.
+        const double* x = reinterpret_cast<const double*>(p);
+        bool ok = true;
+        for (py::ssize_t k = 0; k < n; ++k) ok &= rule == values::finite ? x[k] - x[k] == 0.0 : x[k] == x[k];
+        if (ok) {
+            if (!borrow->lend(a, static_cast<unsigned>(n), v)) out_of_memory();
+            return v;
+        }
+    }
+    v = reuse(*this, slot, static_cast<unsigned>(n));
+    const long long bad = read_reals(p, n, 1, a.strides(0), 0, v.data(), rule);
     if (bad >= 0)
         refuse(arg, std::string("must hold ") + (rule == values::finite ? "finite values" : "numbers") + ", not " +
                         std::to_string(v[static_cast<unsigned>(bad)]) + " at " + position_text(bad, 1, 1));

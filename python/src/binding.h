@@ -46,6 +46,27 @@ struct workspace {
 };
 workspace& thread_workspace();
 
+// A read-only library vector over the memory of a NumPy array, without a copy: its storage block
+// points into the array and hands that memory back (never frees it) when the lender ends. The
+// lender keeps the array alive and must outlive every container made from it; only inputs that
+// the library takes by const reference may be lent.
+class lender {
+public:
+    lender() = default;
+    lender(const lender&) = delete;
+    lender& operator=(const lender&) = delete;
+    ~lender() {
+        if (block_) block_->data = nullptr, block_->capacity = 0;
+    }
+    // A view of the n values of `a` (C-contiguous, aligned, native float64); false when the
+    // block cannot be had.
+    bool lend(const py::array& a, unsigned n, dense1D<double>& view);
+
+private:
+    py::array array_;
+    vx4::Ptr<vx4::vector_num<double, 8>> block_;
+};
+
 // One call of a bound function: its Python name, used in every message.
 class call {
 public:
@@ -68,9 +89,10 @@ public:
     // capacity are reserved for the library to append to. `expected` describes the shape.
     dense2D<double> matrix(const char* arg, py::handle obj, const char* expected, unsigned extra = 0,
                            values rule = values::finite, dense2D<double>* slot = nullptr) const;
-    // (n,) real array.
+    // (n,) real array; a view of the array's own memory when a lender is given and the layout
+    // allows it, else a copy (into the slot's storage).
     dense1D<double> reals(const char* arg, py::handle obj, values rule = values::finite,
-                          dense1D<double>* slot = nullptr) const;
+                          dense1D<double>* slot = nullptr, lender* borrow = nullptr) const;
     // (n,) integer array of values in [0, 2^32 - 1].
     dense1D<unsigned> indices(const char* arg, py::handle obj) const;
     // (E, r) integer array -> r x E matrix; -1 entries become 2^32 - 1 when `minus_one_is_none`.
