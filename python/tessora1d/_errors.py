@@ -7,7 +7,7 @@ calling the library) and the ``function`` that raised; ``Tessora1dError`` also n
 
 from __future__ import annotations
 
-from typing import Optional
+from typing import Any, Optional, Tuple
 
 __all__ = ["Tessora1dError", "Tessora1dMemoryError"]
 
@@ -38,7 +38,7 @@ class Tessora1dError(ValueError):
         self.function = function
         self.argument = argument
 
-    def __reduce__(self):  # keeps the attributes across pickling (process pools)
+    def __reduce__(self) -> Tuple[Any, ...]:  # keeps the attributes across pickling (process pools)
         return (type(self), (str(self), self.code, self.function, self.argument))
 
 
@@ -60,5 +60,5 @@ class Tessora1dMemoryError(MemoryError):
         self.code = code
         self.function = function
 
-    def __reduce__(self):
+    def __reduce__(self) -> Tuple[Any, ...]:
         return (type(self), (str(self), self.code, self.function))
