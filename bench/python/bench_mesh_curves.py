@@ -64,18 +64,15 @@ def dense_input_iso_2d(nodes):
     return points, size_at(x), chord / chord[-1]
 
 
-def seconds(call):
-    start = time.perf_counter()
-    call()
-    return time.perf_counter() - start
+def timed(call):
+    """Wall seconds and process CPU seconds of a call.
 
-
-def seconds_and_cores(call):
-    """Wall seconds of a call and the cores it had on average (process CPU time over wall time)."""
+    On a busy machine a run may get less than its cores, which stretches the wall time
+    but not the CPU time; the ratio is the number of cores the run had on average.
+    """
     cpu, start = time.process_time(), time.perf_counter()
     call()
-    wall = time.perf_counter() - start
-    return wall, (time.process_time() - cpu) / wall
+    return time.perf_counter() - start, time.process_time() - cpu
 
 
 def bench_threads(count, nodes, runs):
@@ -89,31 +86,42 @@ def bench_threads(count, nodes, runs):
     times, cores = {1: [], 2: []}, {1: [], 2: []}
     for _ in range(runs):
         for threads in (1, 2):
-            wall, used = seconds_and_cores(lambda: tessora1d.mesh_curves(curves, sizes=sizes, threads=threads))
+            wall, cpu = timed(lambda: tessora1d.mesh_curves(curves, sizes=sizes, threads=threads))
             times[threads].append(wall)
-            cores[threads].append(used)
+            cores[threads].append(cpu / wall)
     return statistics.median(times[1]), statistics.median(times[2]), elements, times, cores
 
 
 def bench_binding(nodes, runs):
-    """Median seconds of one Python mesh_line call on the dense-input workload, and of a tiny call."""
+    """Median (wall, CPU) seconds of a Python mesh_line call on the dense-input workload.
+
+    Returns
+    -------
+    wall, cpu : float
+        Medians over `runs` calls.
+    elements : int
+    walls : list of float
+    tiny : float
+        Median CPU seconds of a call on ten nodes, where argument handling is all there is.
+    """
     points, sizes, params = dense_input_iso_2d(nodes)
     result = tessora1d.mesh_line(points, sizes=sizes, params=params)
     elements = len(result.chain) - 1
-    times = [seconds(lambda: tessora1d.mesh_line(points, sizes=sizes, params=params)) for _ in range(runs)]
-    # The fixed cost of a call: ten nodes, so that argument handling is all there is to time.
+    runs_timed = [timed(lambda: tessora1d.mesh_line(points, sizes=sizes, params=params)) for _ in range(runs)]
+    walls = [wall for wall, _ in runs_timed]
     few_points, few_sizes, few_params = dense_input_iso_2d(10)
     calls = 2000
     tiny = [
-        seconds(lambda: [tessora1d.mesh_line(few_points, sizes=few_sizes, params=few_params) for _ in range(calls)])
+        timed(lambda: [tessora1d.mesh_line(few_points, sizes=few_sizes, params=few_params) for _ in range(calls)])[1]
         / calls
         for _ in range(runs)
     ]
-    return statistics.median(times), elements, times, statistics.median(tiny)
+    cpu = statistics.median(c for _, c in runs_timed)
+    return statistics.median(walls), cpu, elements, walls, statistics.median(tiny)
 
 
 def bench_cpp(executable, nodes, runs):
-    """Median milliseconds of the matching C++ benchmark, or None when it cannot run."""
+    """Median (wall, CPU) milliseconds and elements of the matching C++ benchmark, or None."""
     if not executable or not os.access(executable, os.X_OK):
         return None
     command = [
@@ -128,7 +136,8 @@ def bench_cpp(executable, nodes, runs):
     if not medians:
         return None
     unit = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}[medians[0]["time_unit"]]
-    return medians[0]["real_time"] * unit, int(medians[0].get("elements", 0))
+    median = medians[0]
+    return median["real_time"] * unit, median["cpu_time"] * unit, int(median.get("elements", 0))
 
 
 def main(argv=None):
@@ -162,17 +171,20 @@ def main(argv=None):
         )
 
     if "binding" not in args.skip:
-        py, elements, times, tiny = bench_binding(args.line_nodes, args.runs)
+        wall, cpu, elements, walls, tiny = bench_binding(args.line_nodes, args.runs)
+        wall, cpu = wall * 1e3, cpu * 1e3
         print(f"(b) mesh_line from Python, DenseInputIso2D/{args.line_nodes} -> {elements} elements, {args.runs} runs")
-        print(f"    Python median {py * 1e3:8.2f} ms  (runs: {', '.join(f'{t * 1e3:.1f}' for t in times)})")
+        runs = ", ".join(f"{t * 1e3:.1f}" for t in walls)
+        print(f"    Python median {wall:8.2f} ms wall, {cpu:8.2f} ms CPU  (runs: {runs})")
         cpp = bench_cpp(args.cpp_bench, args.line_nodes, args.runs)
         if cpp is None:
             print(f"    C++ benchmark not found at {args.cpp_bench}: no comparison")
         else:
-            cpp_ms, cpp_elements = cpp
-            print(f"    C++    median {cpp_ms:8.2f} ms  ({cpp_elements} elements)")
-            print(f"    binding overhead {py * 1e3 - cpp_ms:+.2f} ms ({(py * 1e3 / cpp_ms - 1.0) * 100:+.1f} %)")
-        print(f"    a 10-node call from Python: median {tiny * 1e6:.1f} us")
+            cpp_wall, cpp_cpu, cpp_elements = cpp
+            print(f"    C++    median {cpp_wall:8.2f} ms wall, {cpp_cpu:8.2f} ms CPU  ({cpp_elements} elements)")
+            for what, mine, theirs in (("wall", wall, cpp_wall), ("CPU", cpu, cpp_cpu)):
+                print(f"    binding overhead ({what}) {mine - theirs:+.2f} ms ({(mine / theirs - 1.0) * 100:+.1f} %)")
+        print(f"    a 10-node call from Python: median {tiny * 1e6:.1f} us CPU")
     return 0
 
 
