@@ -9,7 +9,7 @@ namespace t1 = vx4::tessora1d;
 
 namespace {
 
-constexpr const char* edges_shape = "of shape (E, k) with k >= 2, one row of node indices per edge";
+constexpr const char* any_edges_shape = "of shape (E, k) with k >= 2, one row of node indices per edge";
 
 index_array indices_to_connect(const char* name, py::handle chain, unsigned rows) {
     const call c(name);
@@ -53,7 +53,7 @@ index_array convert_into_linear(py::handle edges) {
 
 index_array flip(py::handle edges) {
     const call c("flip");
-    dense2D<unsigned> C = c.elements("edges", edges, edges_shape);
+    dense2D<unsigned> C = c.elements("edges", edges, any_edges_shape);
     const unsigned rows = C.rows();
     {
         py::gil_scoped_release nogil;
@@ -66,7 +66,7 @@ py::tuple convert_into_high_order(const char* name, py::handle points, py::handl
     const call c(name);
     const bool quadratic = k_obj.is_none();
     dense2D<double> X = c.matrix("points", points, "of shape (n, dim), dim 1, 2 or 3, one point per row");
-    dense2D<unsigned> C = c.elements("edges", edges, edges_shape);
+    dense2D<unsigned> C = c.elements("edges", edges, any_edges_shape);
     const unsigned k = quadratic ? 1u : c.count("k", k_obj);
     const unsigned n = X.cols(), dim = X.rows();
     dense2D<unsigned> out;
@@ -99,7 +99,7 @@ void check_neighbors(const call& c, const dense2D<unsigned>& C, const dense2D<un
 
 py::tuple mesh_reorient(py::handle edges, py::handle neighbors, py::handle start_obj, bool all) {
     const call c("mesh_reorient");
-    dense2D<unsigned> C = c.elements("edges", edges, edges_shape);
+    dense2D<unsigned> C = c.elements("edges", edges, any_edges_shape);
     const unsigned rows = C.rows(), E = C.empty() ? 0 : C.cols();
     dense2D<unsigned> N;
     if (neighbors.is_none()) {

@@ -8,8 +8,6 @@ namespace t1 = vx4::tessora1d;
 
 namespace {
 
-constexpr const char* points_shape = "of shape (n, dim), dim 2 or 3, one point per row";
-
 // An integer (Python int, NumPy integer or 0-d integer array) names a node; anything else is
 // read as a point.
 bool names_a_node(py::handle start) {

@@ -10,18 +10,7 @@ namespace t1 = vx4::tessora1d;
 
 namespace {
 
-constexpr const char* points_shape = "of shape (n, dim), dim 2 or 3, one point per row";
-constexpr const char* edges_shape = "of shape (E, 2), one edge (start, end) per row";
 constexpr const char* edges_what = "must have at least 2 columns, with indices below the number of points";
-
-dense1D<unsigned> read_chain(const call& c, py::handle chain, unsigned n, const char*& name) {
-    if (chain.is_none()) {
-        name = "points";
-        return shared_iota(c, n);
-    }
-    name = "chain";
-    return c.indices("chain", chain);
-}
 
 double length(py::handle points, py::handle chain_obj, py::handle edges_obj) {
     const call c("length");
@@ -37,7 +26,7 @@ double length(py::handle points, py::handle chain_obj, py::handle edges_obj) {
         c.check(rc, {{-1, "points", "must have 2 or 3 columns (coordinates)"}, {-2, "edges", edges_what}});
     } else {
         const char* name = nullptr;
-        const dense1D<unsigned> chain = read_chain(c, chain_obj, X.cols(), name);
+        const dense1D<unsigned> chain = read_chain(c, chain_obj, X.cols(), "points", name);
         {
             py::gil_scoped_release nogil;
             rc = t1::length(X, chain, len);
@@ -82,7 +71,7 @@ real_array curvatures(py::handle points, py::handle chain_obj) {
     const call c("curvatures");
     const dense2D<double> X = c.matrix("points", points, points_shape);
     const char* name = nullptr;
-    const dense1D<unsigned> chain = read_chain(c, chain_obj, X.cols(), name);
+    const dense1D<unsigned> chain = read_chain(c, chain_obj, X.cols(), "points", name);
     dense1D<double> curv;
     int rc;
     {

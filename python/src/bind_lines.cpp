@@ -12,7 +12,6 @@ namespace t1 = vx4::tessora1d;
 
 namespace {
 
-constexpr const char* points_shape = "of shape (n, dim), dim 2 or 3, one point per row";
 constexpr const char* metrics_shape = "of shape (n, 3) in 2-D or (n, 6) in 3-D, one packed metric per row";
 
 // The new points of the line meshers: room for half as many again as given, so that the library
@@ -23,11 +22,6 @@ unsigned headroom(py::handle points) {
         if (a.ndim() >= 1) return static_cast<unsigned>(std::min<py::ssize_t>(a.shape(0) / 2, 1 << 30)) + 16u;
     }
     return 16u;
-}
-
-code_text counts_text(int code, unsigned nmin) {
-    return nmin == 0 ? code_text{code, "nmin", "must be at least 1"}
-                     : code_text{code, "nmax", "must not be below nmin"};
 }
 
 // The size field of a line, read from one of sizes (n,), metrics (n, w) or a scalar size.
@@ -169,23 +163,12 @@ real_array mesh_curve(py::handle points, const std::string& kind, py::handle fie
     return out;
 }
 
-// The chain argument of the chain meshers: all points in order when None. `name` receives the
-// argument to blame for a bad chain.
-dense1D<unsigned> read_chain(const call& c, py::handle chain, unsigned n, const char*& name) {
-    if (chain.is_none()) {
-        name = "points";
-        return shared_iota(c, n);
-    }
-    name = "chain";
-    return c.indices("chain", chain);
-}
-
 py::tuple mesh_straight(py::handle points, py::handle chain_obj, const std::string& kind, py::handle field, bool even) {
     const call c("mesh_straight");
     dense2D<double> X = c.matrix("points", points, points_shape, headroom(points));
     const unsigned n = X.cols(), dim = X.rows();
     const char* chain_name = nullptr;
-    const dense1D<unsigned> chain = read_chain(c, chain_obj, n, chain_name);
+    const dense1D<unsigned> chain = read_chain(c, chain_obj, n, "points", chain_name);
     const bool by_count = kind == "count";
     const unsigned count = by_count ? c.count("count", field) : 0u;
     std::optional<field_input> f;
@@ -221,7 +204,7 @@ py::tuple mesh_spline(py::handle points, py::handle chain_obj, const std::string
     dense2D<double> X = c.matrix("points", points, points_shape, headroom(points));
     const unsigned n = X.cols(), dim = X.rows();
     const char* chain_name = nullptr;
-    const dense1D<unsigned> chain = read_chain(c, chain_obj, n, chain_name);
+    const dense1D<unsigned> chain = read_chain(c, chain_obj, n, "points", chain_name);
     const field_input f(c, kind, field, chain.size(), "chain entry");
     const line_options o(c, even, nmin, nmax, chordal, hmin);
     double background = 0.0, gradation = 0.0;

@@ -9,8 +9,6 @@ namespace t1 = vx4::tessora1d;
 
 namespace {
 
-constexpr const char* edges_shape = "of shape (E, 2), one edge (start, end) per row";
-
 py::object interpolate_metrics(py::handle params_obj, py::handle queries_obj, const std::string& kind,
                                py::handle field) {
     const call c("interpolate_metrics");
@@ -127,8 +125,8 @@ py::tuple subdivide(py::handle abscissas_obj, py::handle sizes_obj, py::handle c
     if (sizes.size() != N)
         c.refuse("sizes", "must hold one size per abscissa: " + std::to_string(N) + " values, not " +
                               std::to_string(sizes.size()));
-    const char* chain_name = chain_obj.is_none() ? "abscissas" : "chain";
-    const dense1D<unsigned> chain = chain_obj.is_none() ? shared_iota(c, N) : c.indices("chain", chain_obj);
+    const char* chain_name = nullptr;
+    const dense1D<unsigned> chain = read_chain(c, chain_obj, N, "abscissas", chain_name);
     const unsigned nmin = c.count("nmin", nmin_obj), nmax = c.count("nmax", nmax_obj, true);
     dense1D<unsigned> out;
     int rc;
@@ -137,8 +135,7 @@ py::tuple subdivide(py::handle abscissas_obj, py::handle sizes_obj, py::handle c
         rc = t1::subdivide(abscissas, sizes, chain, force_fine, even, nmin, nmax, out);
     }
     c.check(rc, {{-2, chain_name, "must hold at least 2 indices, each below the number of abscissas"},
-                 nmin == 0 ? code_text{-6, "nmin", "must be at least 1"}
-                           : code_text{-6, "nmax", "must not be below nmin"}});
+                 counts_text(-6, nmin)});
     return py::make_tuple(reals_out(abscissas, N), reals_out(sizes, N), indices_out(out));
 }
 

@@ -225,8 +225,7 @@ bool lender::lend(const py::array& a, unsigned n, dense1D<double>& view) {
     return true;
 }
 
-dense1D<double> call::reals(const char* arg, py::handle obj, values rule, dense1D<double>* slot,
-                            lender* borrow) const {
+dense1D<double> call::reals(const char* arg, py::handle obj, values rule, dense1D<double>* slot, lender* borrow) const {
     const py::array a = as_array(arg, obj, false);
     if (a.ndim() != 1) refuse(arg, "must be a 1-D array, not of shape " + shape_text(a));
     const py::ssize_t n = a.shape(0);
@@ -319,8 +318,7 @@ dense2D<unsigned> call::elements(const char* arg, py::handle obj, const char* ex
         refuse(arg, "is too large for the library: at most 4294967295 indices");
     dense2D<unsigned> C;
     if (!C.resize(static_cast<unsigned>(w), static_cast<unsigned>(n))) out_of_memory();
-    if (entries)
-        read_index_array(*this, arg, a, n, w, a.strides(0), a.strides(1), C.data(), minus_one_is_none);
+    if (entries) read_index_array(*this, arg, a, n, w, a.strides(0), a.strides(1), C.data(), minus_one_is_none);
     return C;
 }
 
@@ -374,6 +372,20 @@ dense1D<unsigned> shared_iota(const call& c, unsigned n) {
     dense1D<unsigned> fresh = iota(c, n);
     keep(&kept, fresh, fresh.capacity() * sizeof(unsigned));
     return fresh;
+}
+
+dense1D<unsigned> read_chain(const call& c, py::handle chain, unsigned n, const char* all_name, const char*& name) {
+    if (chain.is_none()) {
+        name = all_name;
+        return shared_iota(c, n);
+    }
+    name = "chain";
+    return c.indices("chain", chain);
+}
+
+code_text counts_text(int code, unsigned nmin) {
+    return nmin == 0 ? code_text{code, "nmin", "must be at least 1"}
+                     : code_text{code, "nmax", "must not be below nmin"};
 }
 
 dense2D<double> zeros(const call& c, unsigned rows, unsigned cols) {

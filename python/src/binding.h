@@ -113,10 +113,20 @@ private:
     const char* function_;
 };
 
+// How the readers describe the usual shapes in their messages.
+inline constexpr const char* points_shape = "of shape (n, dim), dim 2 or 3, one point per row";
+inline constexpr const char* edges_shape = "of shape (E, 2), one edge (start, end) per row";
+
+// The meaning of a count code (nmin = 0, or nmax below nmin), naming the argument at fault.
+code_text counts_text(int code, unsigned nmin);
+
 // The indices 0 .. n-1 (MemoryError when they cannot be stored), to be written to.
 dense1D<unsigned> iota(const call& c, unsigned n);
 // The same, read-only: a view of the thread's kept list.
 dense1D<unsigned> shared_iota(const call& c, unsigned n);
+// A chain argument: all n points in order when None. `name` receives the argument to blame for a
+// bad chain: "chain", or `all_name` when the chain stands for all of them.
+dense1D<unsigned> read_chain(const call& c, py::handle chain, unsigned n, const char* all_name, const char*& name);
 // A vector of n entries in the storage of `slot` when it is large enough.
 dense1D<double> reuse(const call& c, dense1D<double>* slot, unsigned n);
 // An w x n matrix of zeros.
