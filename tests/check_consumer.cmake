@@ -13,7 +13,9 @@ endif()
 set(allowed
   "^include/vx4/(math1|tessora1d[a-z0-9_]*)\\.h$"
   "^lib[a-z0-9_]*/libvx4tessora1d\\.so(\\.[0-9]+)*$"
-  "^lib[a-z0-9_]*/cmake/vx4tessora1d/vx4tessora1d(Config|ConfigVersion|Targets|Targets-[a-z]+)\\.cmake$")
+  "^lib[a-z0-9_]*/cmake/vx4tessora1d/vx4tessora1d(Config|ConfigVersion|Targets|Targets-[a-z]+)\\.cmake$"
+  # the Python package, in builds that make it
+  "^lib/python3\\.[0-9]+/dist-packages/tessora1d/(_core[^/]*\\.so|__init__\\.pyi?|_errors\\.py|py\\.typed)$")
 file(GLOB_RECURSE installed RELATIVE ${WORK_DIR}/prefix ${WORK_DIR}/prefix/*)
 set(found_library FALSE)
 foreach(path IN LISTS installed)
