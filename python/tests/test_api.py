@@ -142,8 +142,9 @@ HEAVY = {
     "interpolate_metrics": lambda: t.interpolate_metrics([0, 1], QUERIES, metrics=[[1, 0, 2], [2, 0, 1]]),
     "laws.geometric": lambda: t.laws.geometric(2_000_000, 1.000001),
     "laws.tanh_stretching": lambda: t.laws.tanh_stretching(2_000_000, 1e-7, 1e-6),
-    "laws.place_on_polyline": lambda: t.laws.place_on_polyline([[0, 0], [1, 0], [1, 1]], QUERIES),
-    "laws.extrude": lambda: t.laws.extrude([[0, 0, 0]], 0, [0, 0, 1], QUERIES),
+    # Real inputs: NumPy may release the GIL while casting integers, which would hide a call that keeps it.
+    "laws.place_on_polyline": lambda: t.laws.place_on_polyline([[0.0, 0.0], [1.0, 0.0], [1.0, 1.0]], QUERIES),
+    "laws.extrude": lambda: t.laws.extrude([[0.0, 0.0, 0.0]], 0, [0.0, 0.0, 1.0], QUERIES),
 }
 
 

@@ -106,7 +106,9 @@ def test_fractions_run_from_0_to_1_strictly_increasing(name, n, a, b):
     assert np.all(np.diff(law.fractions) > 0) and np.all(law.sizes > 0)
 
 
-@pytest.mark.parametrize("law", [laws.bump(17, 0.1), laws.beta_law_two_sided(24, 1.05), laws.tanh_stretching(30, 0.01, 0.01)])
+@pytest.mark.parametrize(
+    "law", [laws.bump(17, 0.1), laws.beta_law_two_sided(24, 1.05), laws.tanh_stretching(30, 0.01, 0.01)]
+)
 def test_symmetric_laws_mirror_to_the_last_bit(law):
     # The second half is written as 1 - the first one, node by node.
     half = len(law.fractions) // 2
