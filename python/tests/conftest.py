@@ -7,6 +7,8 @@ import numpy as np
 import pytest
 from hypothesis import settings
 
+from tessora1d import Tessora1dError
+
 # Library calls are quick but their first run may be slow on a loaded machine.
 settings.register_profile("tessora1d", deadline=None, print_blob=True)
 settings.load_profile("tessora1d")
@@ -48,8 +50,6 @@ def same_bits(actual, expected):
 
 def assert_refused(call, function, argument, code):
     """call() raises Tessora1dError naming function, argument and code (None: refused by the binding)."""
-    from tessora1d import Tessora1dError
-
     with pytest.raises(Tessora1dError) as info:
         call()
     error = info.value
