@@ -15,7 +15,7 @@ set(allowed
   "^lib[a-z0-9_]*/libvx4tessora1d\\.so(\\.[0-9]+)*$"
   "^lib[a-z0-9_]*/cmake/vx4tessora1d/vx4tessora1d(Config|ConfigVersion|Targets|Targets-[a-z]+)\\.cmake$"
   # the Python package, in builds that make it
-  "^lib/python3\\.[0-9]+/dist-packages/tessora1d/(_core[^/]*\\.so|__init__\\.pyi?|_errors\\.py|py\\.typed)$")
+  "^lib/python3\\.[0-9]+/dist-packages/tessora1d/(_core[^/]*\\.so|__init__\\.pyi?|laws\\.pyi?|_errors\\.py|py\\.typed)$")
 file(GLOB_RECURSE installed RELATIVE ${WORK_DIR}/prefix ${WORK_DIR}/prefix/*)
 set(found_library FALSE)
 foreach(path IN LISTS installed)

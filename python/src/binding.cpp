@@ -374,13 +374,14 @@ dense1D<unsigned> shared_iota(const call& c, unsigned n) {
     return fresh;
 }
 
-dense1D<unsigned> read_chain(const call& c, py::handle chain, unsigned n, const char* all_name, const char*& name) {
+dense1D<unsigned> read_chain(const call& c, py::handle chain, unsigned n, const char* all_name, const char*& name,
+                             const char* chain_name) {
     if (chain.is_none()) {
         name = all_name;
         return shared_iota(c, n);
     }
-    name = "chain";
-    return c.indices("chain", chain);
+    name = chain_name;
+    return c.indices(chain_name, chain);
 }
 
 code_text counts_text(int code, unsigned nmin) {

@@ -124,9 +124,11 @@ code_text counts_text(int code, unsigned nmin);
 dense1D<unsigned> iota(const call& c, unsigned n);
 // The same, read-only: a view of the thread's kept list.
 dense1D<unsigned> shared_iota(const call& c, unsigned n);
-// A chain argument: all n points in order when None. `name` receives the argument to blame for a
-// bad chain: "chain", or `all_name` when the chain stands for all of them.
-dense1D<unsigned> read_chain(const call& c, py::handle chain, unsigned n, const char* all_name, const char*& name);
+// A chain argument (called `chain_name` in Python): all n points in order when None. `name`
+// receives the argument to blame for a bad chain: `chain_name`, or `all_name` when the chain
+// stands for all of them.
+dense1D<unsigned> read_chain(const call& c, py::handle chain, unsigned n, const char* all_name, const char*& name,
+                             const char* chain_name = "chain");
 // A vector of n entries in the storage of `slot` when it is large enough.
 dense1D<double> reuse(const call& c, dense1D<double>* slot, unsigned n);
 // An w x n matrix of zeros.
@@ -147,5 +149,7 @@ void bind_extrusion(py::module_& m);
 void bind_lines(py::module_& m);
 void bind_geometry(py::module_& m);
 void bind_metrics(py::module_& m);
+// The distribution laws, in the submodule `laws` of m.
+void bind_laws(py::module_& m);
 
 } // namespace vx4py

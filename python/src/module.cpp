@@ -13,6 +13,7 @@ PYBIND11_MODULE(_core, m) {
     vx4py::bind_lines(m);
     vx4py::bind_geometry(m);
     vx4py::bind_metrics(m);
+    vx4py::bind_laws(m);
     // Test hooks: the container allocations from the n-th on fail until allowed again, so that
     // tests reach the library's out-of-memory codes. Process-wide; not for use outside tests.
     m.def("_fail_allocations_after", [](long n) { vx4::math1::fail_allocations_after(n); });

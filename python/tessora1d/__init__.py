@@ -1146,3 +1146,7 @@ def subdivide(abscissas, sizes, chain=None, *, force_fine=False, even=False, nmi
         abscissas, sizes, chain, bool(force_fine), bool(even), nmin, nmax
     )
     return Subdivision(new_abscissas, new_sizes, out)
+
+
+# The laws use NewChain, so their submodule is imported once everything above is defined.
+from . import laws  # noqa: E402

@@ -187,3 +187,5 @@ def subdivide(
     nmin: _Count = 1,
     nmax: Optional[_Count] = None,
 ) -> Subdivision: ...
+
+from . import laws as laws

@@ -1,4 +1,4 @@
-"""Shared fixtures: the C++ reference workloads and Hypothesis settings."""
+"""Shared fixtures: the C++ reference workloads, Hypothesis settings and the refusal check."""
 
 import os
 import pathlib
@@ -6,6 +6,8 @@ import pathlib
 import numpy as np
 import pytest
 from hypothesis import settings
+
+from tessora1d import Tessora1dError
 
 # Library calls are quick but their first run may be slow on a loaded machine.
 settings.register_profile("tessora1d", deadline=None, print_blob=True)
@@ -44,3 +46,14 @@ def same_bits(actual, expected):
     if expected.dtype.kind == "b":
         return actual.dtype.kind == "b" and np.array_equal(actual, expected)
     return actual.dtype.kind in "iu" and np.array_equal(actual.astype(np.int64), expected.astype(np.int64))
+
+
+def assert_refused(call, function, argument, code):
+    """call() raises Tessora1dError naming function, argument and code (None: refused by the binding)."""
+    with pytest.raises(Tessora1dError) as info:
+        call()
+    error = info.value
+    assert isinstance(error, ValueError)
+    assert (error.function, error.argument, error.code) == (function, argument, code), str(error)
+    assert str(error).startswith(f"{function}: {argument} ")
+    assert ("(library code" in str(error)) == (code is not None)

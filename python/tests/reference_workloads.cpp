@@ -6,6 +6,7 @@
 // (names separated by commas), and <dir>/<name>.<argument>.npy, <dir>/<name>.out.<field>.npy.
 #include <vx4/tessora.h>
 #include <vx4/tessora1d.h>
+#include <vx4/tessora1d_laws.h>
 
 #include <cmath>
 #include <cstdint>
@@ -615,6 +616,104 @@ void metric_cases() {
         .out("result", make("|u1", {version.size()}, std::vector<char>(version.begin(), version.end())));
 }
 
+// The laws, with parameters that reach their harder branches: a ratio within 1e-12 of 1, strong
+// clustering, a tanh law with unequal ends, an odd bump; then the solvers and the bridge.
+void law_cases() {
+    namespace laws = t1::laws;
+    const struct {
+        const char* name;
+        const char* function;
+        const char* parameter;
+        unsigned count;
+        double value;
+        int (*law)(unsigned, double, reals&, reals&);
+    } one_parameter[] = {
+        {"law_arithmetic_first", "arithmetic_first", "first", 12, 0.02, laws::arithmetic_first},
+        {"law_arithmetic_last", "arithmetic_last", "last", 7, 0.25, laws::arithmetic_last},
+        {"law_geometric", "geometric", "ratio", 40, 1.1, laws::geometric},
+        {"law_geometric_near_one", "geometric", "ratio", 1000, 1.0 + 1e-12, laws::geometric},
+        {"law_geometric_first", "geometric_first", "first", 30, 1e-4, laws::geometric_first},
+        {"law_bump", "bump", "ratio", 17, 0.1, laws::bump},
+        {"law_beta", "beta_law", "beta", 25, 1.01, laws::beta_law},
+        {"law_beta_two_sided", "beta_law_two_sided", "beta", 24, 1.2, laws::beta_law_two_sided},
+    };
+    for (const auto& l : one_parameter) {
+        reals x, h;
+        case_writer c(l.name, std::string("laws.") + l.function);
+        c.expect(l.law(l.count, l.value, x, h)).arg("count", integer(l.count)).arg(l.parameter, real(l.value));
+        c.out("fractions", v(x)).out("sizes", v(h));
+    }
+    {
+        reals x, h;
+        case_writer c("law_uniform", "laws.uniform");
+        c.expect(laws::uniform(9, x, h)).arg("count", integer(9)).out("fractions", v(x)).out("sizes", v(h));
+    }
+    {
+        reals x, h;
+        case_writer c("law_tanh", "laws.tanh_stretching");
+        c.expect(laws::tanh_stretching(33, 1e-3, 0.05, x, h)).arg("count", integer(33));
+        c.arg("first", real(1e-3)).arg("last", real(0.05)).out("fractions", v(x)).out("sizes", v(h));
+    }
+    {
+        reals x, h;
+        unsigned n = 0;
+        case_writer c("law_geometric_ends", "laws.geometric_ends");
+        c.expect(laws::geometric_ends(0.01, 0.2, n, x, h)).arg("first", real(0.01)).arg("last", real(0.2));
+        c.out("fractions", v(x)).out("sizes", v(h)).out("count", integer(n));
+    }
+    double ratio = 0.0, thickness = 0.0;
+    unsigned count = 0;
+    case_writer("law_solve_ratio", "laws.solve_ratio")
+        .expect(laws::solve_ratio(2.5, 20, 0.01, ratio))
+        .arg("length", real(2.5))
+        .arg("count", integer(20))
+        .arg("first", real(0.01))
+        .out("result", real(ratio));
+    case_writer("law_solve_count", "laws.solve_count")
+        .expect(laws::solve_count(2.5, 0.01, 1.15, count))
+        .arg("length", real(2.5))
+        .arg("first", real(0.01))
+        .arg("ratio", real(1.15))
+        .out("result", integer(count));
+    case_writer("law_layers_to_thickness", "laws.layers_to_thickness")
+        .expect(laws::layers_to_thickness(0.3, 1e-5, 1.2, count, ratio))
+        .arg("thickness", real(0.3))
+        .arg("first", real(1e-5))
+        .kw("max_ratio", real(1.2))
+        .out("count", integer(count))
+        .out("ratio", real(ratio));
+    case_writer("law_layers_to_size", "laws.layers_to_size")
+        .expect(laws::layers_to_size(1e-5, 0.02, 1.25, count, ratio, thickness))
+        .arg("first", real(1e-5))
+        .arg("last", real(0.02))
+        .arg("max_ratio", real(1.25))
+        .out("count", integer(count))
+        .out("ratio", real(ratio))
+        .out("thickness", real(thickness));
+
+    // The bridge: a geometric law along a curved 3-D polyline given by a chain, and along a vector.
+    reals x, h;
+    laws::geometric(14, 1.2, x, h);
+    const dense2D<double> B = curve(3, 10, 81), A = curve(2, 4, 82);
+    const ids polyline{1, 2, 4, 5, 9, 7};
+    {
+        case_writer c("law_place_on_polyline", "laws.place_on_polyline");
+        c.arg("points", v(B)).arg("fractions", v(x)).kw("polyline", v(polyline));
+        appending(c, B, [&](dense2D<double>& Y, ids& ch) { return laws::place_on_polyline(Y, polyline, x, ch); });
+    }
+    {
+        case_writer c("law_place_on_points", "laws.place_on_polyline");
+        c.arg("points", v(A)).arg("fractions", v(x));
+        appending(c, A, [&](dense2D<double>& Y, ids& ch) { return laws::place_on_polyline(Y, iota(4), x, ch); });
+    }
+    {
+        const reals direction{0.4, -1.3};
+        case_writer c("law_extrude", "laws.extrude");
+        c.arg("points", v(A)).arg("start", integer(2)).arg("direction", v(direction)).arg("fractions", v(x));
+        appending(c, A, [&](dense2D<double>& Y, ids& ch) { return laws::extrude(Y, 2u, direction, x, ch); });
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -636,5 +735,6 @@ int main(int argc, char** argv) {
     straight_and_spline_cases();
     geometry_cases();
     metric_cases();
+    law_cases();
     return failures == 0 ? 0 : 1;
 }

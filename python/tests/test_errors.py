@@ -9,6 +9,7 @@ import pytest
 import tessora1d as t
 from tessora1d import Tessora1dError, Tessora1dMemoryError
 from tessora1d import _core
+from conftest import assert_refused
 
 P2 = [[0.0, 0.0], [1.0, 0.0], [1.0, 1.0], [2.0, 1.0]]
 P4D = [[0.0, 0.0, 0.0, 0.0], [1.0, 0.0, 0.0, 0.0]]
@@ -120,14 +121,7 @@ REFUSALS = [
 
 @pytest.mark.parametrize("refusal", REFUSALS, ids=[f"{r[1]}-{r[2]}-{r[3]}" for r in REFUSALS])
 def test_refusal_names_function_argument_and_code(refusal):
-    call, function, argument, code = refusal
-    with pytest.raises(Tessora1dError) as info:
-        call()
-    error = info.value
-    assert isinstance(error, ValueError)
-    assert (error.function, error.argument, error.code) == (function, argument, code), str(error)
-    assert str(error).startswith(f"{function}: {argument} ")
-    assert ("(library code" in str(error)) == (code is not None)
+    assert_refused(*refusal)
 
 
 TYPE_ERRORS = [
@@ -188,6 +182,10 @@ MEMORY = [
     (lambda: t.sort(np.arange(100.0)[::-1]), True),
     (lambda: t.convert_into_high_order(P2, E, 3), True),
     (lambda: t.metrics_gen_aniso3d(np.c_[np.asarray(P2), np.ones(4)], E, 0.1, 0.2), True),
+    (lambda: t.laws.tanh_stretching(50, 0.01, 0.05), True),
+    (lambda: t.laws.geometric_ends(0.01, 0.2), True),
+    (lambda: t.laws.place_on_polyline(P2, np.linspace(0, 1, 9), [3, 1, 0]), True),
+    (lambda: t.laws.extrude(P2, 2, [0, 1], np.linspace(0, 1, 9)), True),
 ]
 
 
