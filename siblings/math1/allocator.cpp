@@ -33,6 +33,11 @@ void* __vector_num_alloc(std::size_t bytes, std::size_t alignment) {
 
 void __vector_num_free(void* p) noexcept { std::free(p); }
 
+void* __vector_num_realloc(void* p, std::size_t bytes, std::size_t alignment) noexcept {
+    if (!__vector_num_reallocates(alignment) || allocation_refused()) return nullptr;
+    return std::realloc(p, bytes == 0 ? 1 : bytes);
+}
+
 void fail_allocations_after(long n) noexcept { allocations_before_failure.store(n < 0 ? 0 : n); }
 
 void allow_all_allocations() noexcept { allocations_before_failure.store(-1); }
