@@ -157,10 +157,11 @@ std::uint64_t hash_spline(unsigned dim, field kind) {
     return h.value();
 }
 
-// Dense input: many polyline nodes, a few hundred elements. Dense output: ten polyline nodes
-// cut into many thousand elements.
+// Dense input: many polyline nodes, a few hundred elements, or (coarse) a few dozen, so that
+// hundreds of polyline nodes lie between two new nodes. Dense output: ten polyline nodes cut
+// into many thousand elements.
 constexpr unsigned kDenseInput = 3000, kDenseOutput = 10;
-constexpr double kDenseOutputScale = 0.02;
+constexpr double kCoarseScale = 25.0, kDenseOutputScale = 0.02;
 
 } // namespace
 
@@ -169,6 +170,10 @@ TEST(OutputHash, DenseInputLinesKeepEveryBit) {
     EXPECT_EQ(hash_line(3, field::iso, kDenseInput, 1.0), 12070325914309246920ull);
     EXPECT_EQ(hash_line(2, field::aniso, kDenseInput, 1.0), 13821717820420778759ull);
     EXPECT_EQ(hash_line(3, field::aniso, kDenseInput, 1.0), 1222528967834233080ull);
+    EXPECT_EQ(hash_line(2, field::iso, kDenseInput, kCoarseScale), 633040051071451305ull);
+    EXPECT_EQ(hash_line(3, field::iso, kDenseInput, kCoarseScale), 566046400752037689ull);
+    EXPECT_EQ(hash_line(2, field::aniso, kDenseInput, kCoarseScale), 166409295179902902ull);
+    EXPECT_EQ(hash_line(3, field::aniso, kDenseInput, kCoarseScale), 1760005855048057739ull);
 }
 
 TEST(OutputHash, DenseOutputLinesKeepEveryBit) {

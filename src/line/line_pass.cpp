@@ -32,10 +32,8 @@ bool read_polyline(const dense2D<double>& pos, const dense1D<unsigned>& polyline
 template <class Kind>
 int run_pass(const dense2D<double>& pos, const node_source& source, bool even, unsigned nmin, unsigned nmax,
              dense2D<double>& new_points, dense1D<double>& new_params, dense2D<double>& new_fields) {
-    dense1D<double> running;
-    if (pos.rows() == 2)
-        return mesh_line_pass_on<2, Kind>(source, even, nmin, nmax, running, new_points, new_params, new_fields);
-    return mesh_line_pass_on<3, Kind>(source, even, nmin, nmax, running, new_points, new_params, new_fields);
+    if (pos.rows() == 2) return mesh_line_pass_on<2, Kind>(source, even, nmin, nmax, new_points, new_params, new_fields);
+    return mesh_line_pass_on<3, Kind>(source, even, nmin, nmax, new_points, new_params, new_fields);
 }
 
 } // namespace
