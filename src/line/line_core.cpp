@@ -2,6 +2,7 @@
 
 #include <vx4/tessora1d.h>
 
+#include "geometry/kernels.h"
 #include "geometry/parameter_search.h"
 #include "metrics/metric_algebra.h"
 #include "line/size_model.h"
@@ -18,30 +19,12 @@ namespace detail {
 
 namespace {
 
-constexpr unsigned long long largest_unsigned = 4294967295ull;
-
-// The metric operations that differ between 2-D and 3-D: v^T M v for a packed M, the
-// bounding of the sizes, and the interpolation between an edge's two end metrics.
+// The bounding of the sizes, which differs between 2-D and 3-D.
 template <unsigned Dim>
-struct metric_ops;
-
-template <>
-struct metric_ops<2> {
-    static double form(const double* M, const double* v) {
-        return M[0] * v[0] * v[0] + 2.0 * M[1] * v[0] * v[1] + M[2] * v[1] * v[1];
-    }
-    static bool bound(double* M, double hmin, double hmax) { return bound_metric_sizes_2d(M, hmin, hmax); }
-
-};
-
-template <>
-struct metric_ops<3> {
-    static double form(const double* M, const double* v) {
-        return M[0] * v[0] * v[0] + M[2] * v[1] * v[1] + M[5] * v[2] * v[2] +
-               2.0 * (M[1] * v[0] * v[1] + M[3] * v[0] * v[2] + M[4] * v[1] * v[2]);
-    }
-    static bool bound(double* M, double hmin, double hmax) { return bound_metric_sizes_3d(M, hmin, hmax); }
-};
+bool bound_metric_sizes(double* M, double hmin, double hmax) {
+    if constexpr (Dim == 2) return bound_metric_sizes_2d(M, hmin, hmax);
+    else return bound_metric_sizes_3d(M, hmin, hmax);
+}
 
 // The metric interpolation between the end metrics of one edge, reducing the pair only once
 // however many nodes the edge receives (the result is that of interpolate_metric_2d / _3d).
@@ -49,7 +32,8 @@ template <unsigned Dim>
 class edge_interpolation {
 public:
     bool at(double x, const double* M0, const double* M1, double* out) {
-        if (std::fabs(x) < 1e-12 || std::fabs(1.0 - x) < 1e-12) return interpolate_ends(x, M0, M1, out);
+        if (std::fabs(x) < metric_end_tolerance || std::fabs(1.0 - x) < metric_end_tolerance)
+            return interpolate_ends(x, M0, M1, out);
         if (state_ == 0) state_ = reduce(M0, M1, record_) ? 1 : -1;
         double result[Dim * (Dim + 1) / 2];
         if (state_ < 0 || !interpolate(record_, x, result)) return false;
@@ -118,12 +102,12 @@ struct field_rules<Dim, anisotropic_metrics> {
         edge_interpolation<Dim> between;
     };
     static grading edge_grading(const double* v, const double* f0, const double* f1) {
-        const double q0 = metric_ops<Dim>::form(f0, v), q1 = metric_ops<Dim>::form(f1, v);
+        const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
         if (q0 > 0.0 && q1 > 0.0) return {f0, f1, std::sqrt(q0), std::sqrt(q1), true, {}};
         return {f0, f1, 0.0, 0.0, false, {}};
     }
     static double metric_length(const double* v, const double* f0, const double* f1) {
-        const double q0 = metric_ops<Dim>::form(f0, v), q1 = metric_ops<Dim>::form(f1, v);
+        const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
         if (q0 > 0.0 && q1 > 0.0) {
             const double l0 = std::sqrt(q0), l1 = std::sqrt(q1);
             return metric_length_1d(l0 * l1, l0, l1, false);
@@ -145,7 +129,7 @@ struct field_rules<Dim, anisotropic_metrics> {
     static void cap(double* f, double limit) {
         double m[width];
         std::memcpy(m, f, sizeof m);
-        if (metric_ops<Dim>::bound(m, 0.0, limit)) std::memcpy(f, m, sizeof m);
+        if (bound_metric_sizes<Dim>(m, 0.0, limit)) std::memcpy(f, m, sizeof m);
     }
 };
 

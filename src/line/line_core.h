@@ -6,6 +6,8 @@
 
 #include <vx4/math1.h>
 
+#include "geometry/kernels.h"
+
 #include <cstddef>
 
 namespace vx4 {
@@ -72,7 +74,7 @@ struct polyline_ref {
 struct line_options {
     bool even = false;
     unsigned nmin = 1;
-    unsigned nmax = 4294967295u;
+    unsigned nmax = largest_unsigned;
     double chordal = 0.0;
     double hmin = 0.0;
 };

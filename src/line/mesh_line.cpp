@@ -1,6 +1,7 @@
 #include <vx4/tessora.h>
 #include <vx4/tessora1d.h>
 
+#include "geometry/kernels.h"
 #include "line/line_core.h"
 
 #include <algorithm>
@@ -12,8 +13,9 @@ namespace tessora1d {
 
 namespace {
 
+using detail::largest_unsigned;
+
 constexpr double largest_double = 1.7976931348623157e308;
-constexpr unsigned long long largest_unsigned = 4294967295ull;
 
 // Appends `count` entries in one step; when that passes the capacity, storage for the old size
 // plus the larger of the old size and `count` is reserved first. False, unchanged, when short.
@@ -22,7 +24,7 @@ bool append_entries(dense1D<T>& out, const T* src, unsigned count) {
     const unsigned long long old = out.size(), need = old + count;
     if (need > largest_unsigned) return false;
     if (need > out.capacity()) {
-        const unsigned long long room = std::min(old + std::max<unsigned long long>(old, count), largest_unsigned);
+        const unsigned long long room = std::min<unsigned long long>(old + std::max<unsigned long long>(old, count), largest_unsigned);
         if (!out.reserve(static_cast<unsigned>(room))) return false;
     }
     out.resize(static_cast<unsigned>(need));

@@ -3,6 +3,7 @@
 
 #include "connectivity/push_back_edge.h"
 #include "extrusion/point_append.h"
+#include "geometry/kernels.h"
 #include "line/line_pass.h"
 #include "spline/spline_cubic.h"
 
@@ -17,6 +18,7 @@ namespace tessora1d {
 namespace {
 
 constexpr double no_limit = std::numeric_limits<double>::max();
+using detail::largest_unsigned;
 
 // ---------------------------------------------------------------------------------------------
 // The two kinds of size field. Both cores are written once over these: one size per entry in
@@ -42,7 +44,7 @@ struct size_field {
 
     static bool reserve_more(field& out, unsigned extra) {
         unsigned long long need = static_cast<unsigned long long>(out.size()) + extra;
-        return need <= UINT_MAX && out.reserve(static_cast<unsigned>(need));
+        return need <= largest_unsigned && out.reserve(static_cast<unsigned>(need));
     }
     static void append(field& out, const field& from, unsigned k) { out.push_back(from[k]); }
 };
@@ -81,7 +83,7 @@ struct metric_field {
 
     static bool reserve_more(field& out, unsigned extra) {
         unsigned long long need = static_cast<unsigned long long>(out.empty() ? 0 : out.cols()) + extra;
-        return need <= UINT_MAX && out.reserve(rows, static_cast<unsigned>(need));
+        return need <= largest_unsigned && out.reserve(rows, static_cast<unsigned>(need));
     }
     static void append(field& out, const field& from, unsigned k) {
         const unsigned j = out.empty() ? 0 : out.cols();
@@ -93,20 +95,6 @@ struct metric_field {
 // ---------------------------------------------------------------------------------------------
 // Small geometry
 // ---------------------------------------------------------------------------------------------
-
-// |u x v|^2: the scalar cross product squared in the plane, the vector's squared norm in space.
-template <unsigned D>
-double cross_norm_sq(const double* u, const double* v) {
-    if constexpr (D == 2) {
-        const double c = u[0] * v[1] - u[1] * v[0];
-        return c * c;
-    } else {
-        const double c0 = u[1] * v[2] - u[2] * v[1];
-        const double c1 = u[2] * v[0] - u[0] * v[2];
-        const double c2 = u[0] * v[1] - u[1] * v[0];
-        return c0 * c0 + c1 * c1 + c2 * c2;
-    }
-}
 
 template <unsigned D>
 void node_difference(const dense2D<double>& coords, unsigned from, unsigned to, double* v) {
@@ -169,7 +157,7 @@ bool count_segment_samples(const dense2D<double>& coords, const dense1D<unsigned
         if (0.5 * hmin > h) h = 0.5 * hmin;
         counts[k] = samples_per_segment(arc, h);
         sum += counts[k];
-        if (sum > UINT_MAX) return false;
+        if (sum > largest_unsigned) return false;
     }
     total = static_cast<unsigned>(sum);
     return true;
@@ -211,7 +199,7 @@ bool sample_spline(const dense2D<double>& coords, const dense1D<unsigned>& chain
                 w[r] = out.points(r, j) - seg.a0[r];
             }
             out.abscissas[j] = s + t * span;
-            const double dist_sq = chord_sq > 0.0 ? cross_norm_sq<D>(w, chord) / chord_sq : detail::dot<D>(w, w);
+            const double dist_sq = chord_sq > 0.0 ? detail::cross_norm_sq<D>(w, chord) / chord_sq : detail::dot<D>(w, w);
             if (dist_sq > largest_sq) largest_sq = dist_sq;
             last_t = t;
         }
@@ -253,7 +241,7 @@ bool spline_corner_chain(const dense2D<double>& coords, const dense1D<unsigned>&
         node_difference<D>(coords, chain[k], chain[k + 1], after);
         const double longer_sq = std::max(detail::dot<D>(before, before), detail::dot<D>(after, after));
         // A squared cross product (a fourth power) against a squared length: kept as it stands.
-        if (cross_norm_sq<D>(before, after) > 1e-24 * longer_sq && k >= 2) {
+        if (detail::cross_norm_sq<D>(before, after) > 1e-24 * longer_sq && k >= 2) {
             corners.push_back(chain[k]);
             abscissas.push_back(running);
         }
@@ -359,7 +347,7 @@ int mesh_spline_core(dense2D<double>& coords, const dense1D<unsigned>& chain, co
     added = std::min({added, new_params.size(), Kind::count(new_field)});
 
     const unsigned first_new = coords.cols();
-    if (static_cast<unsigned long long>(first_new) + added > UINT_MAX || !coords.reserve(D, first_new + added) ||
+    if (static_cast<unsigned long long>(first_new) + added > largest_unsigned || !coords.reserve(D, first_new + added) ||
         !out_indices.reserve(out_indices.size() + added + 2) || !out_params.reserve(out_params.size() + added + 2) ||
         !Kind::reserve_more(out_field, added + 2))
         return 0;
