@@ -28,7 +28,9 @@ void __vector_num_free(void* p) noexcept;
 // honour; the caller then allocates and copies.
 void* __vector_num_realloc(void* p, std::size_t bytes, std::size_t alignment = alignof(std::max_align_t)) noexcept;
 // True when __vector_num_realloc can serve blocks of this alignment.
-constexpr bool __vector_num_reallocates(std::size_t alignment) noexcept { return alignment <= alignof(std::max_align_t); }
+constexpr bool __vector_num_reallocates(std::size_t alignment) noexcept {
+    return alignment <= alignof(std::max_align_t);
+}
 
 // Test hook: the allocation `n` calls from now (0 = the next one) and every later one fail,
 // until `allow_all_allocations` is called. Lets tests reach every out-of-memory path.

@@ -1,5 +1,5 @@
 // The polyline meshing core, shared by mesh_line, the refinement stage and the single pass
-// that the spline mesher runs on its fine sample polyline. One template over the space
+// (mesh_line_pass_on) that the spline mesher runs on its fine sample polyline. One template over the space
 // dimension (2, 3) and the field kind (isotropic sizes, anisotropic metrics); the four
 // combinations are instantiated in line_core.cpp and line_refinement.cpp.
 #pragma once

@@ -24,7 +24,8 @@ bool append_entries(dense1D<T>& out, const T* src, unsigned count) {
     const unsigned long long old = out.size(), need = old + count;
     if (need > largest_unsigned) return false;
     if (need > out.capacity()) {
-        const unsigned long long room = std::min<unsigned long long>(old + std::max<unsigned long long>(old, count), largest_unsigned);
+        const unsigned long long room =
+            std::min<unsigned long long>(old + std::max<unsigned long long>(old, count), largest_unsigned);
         if (!out.reserve(static_cast<unsigned>(room))) return false;
     }
     out.resize(static_cast<unsigned>(need));
