@@ -106,7 +106,7 @@ int mesh_line_pass_on(const node_source& line, bool even, unsigned nmin, unsigne
 // With `pos` given, the new nodes go straight to new columns of *pos (which must hold the
 // polyline's coordinates and no other view of its storage) and chain.points views them; pos is
 // then grown in place, never copied. 0, or -199 (or the code of the curvature query) on
-// failure; `chain` is then unspecified and *pos has its former columns.
+// failure; `chain` is then in no particular state and *pos has its former columns.
 template <unsigned Dim, class Kind>
 int mesh_line_core(const polyline_ref& line, const line_options& options, line_chain& chain,
                    dense2D<double>* pos = nullptr);
