@@ -136,3 +136,29 @@ TEST(Containers, FailedAllocationsLeaveVectorsAndMatricesAsTheyWereAndUsable) {
     EXPECT_TRUE(m.cols() == 2 && m(1, 1) == 4.0);
     EXPECT_TRUE(a.push_back(5.0));
 }
+
+TEST(Dense2D, GrowingColumnsKeepsEveryViewOnTheMovedBlock) {
+    // A matrix large enough for the system allocator to remap rather than copy, with views taken
+    // before it grows: they read and write the same entries afterwards, wherever the data went.
+    const unsigned cols = 1u << 18;
+    dense2D<double> m(2, cols);
+    for (unsigned j = 0; j < cols; ++j) m(0, j) = j, m(1, j) = -static_cast<double>(j);
+    const dense2D<double> tail = m.sub_matrix(0, cols - 2, 2, 2);
+    dense1D<double> all = m.as_vector();
+    const auto* block = m.storage().get();
+    ASSERT_TRUE(m.resize(2, cols + 3, 7.0));
+    EXPECT_EQ(m.storage().get(), block);
+    EXPECT_EQ(tail(0, 1), cols - 1.0);
+    all[1] = 42.0;
+    EXPECT_EQ(m(1, 0), 42.0);
+    EXPECT_EQ(m(1, cols - 1), 1.0 - cols);
+    EXPECT_EQ(m(0, cols + 2), 7.0);
+
+    // A refused growth leaves the block, its entries and the views as they were.
+    {
+        failing_allocations guard;
+        EXPECT_FALSE(m.reserve(2, 2 * cols));
+    }
+    EXPECT_EQ(tail.data(), &m(0, cols - 2));
+    EXPECT_EQ(all[2 * cols - 1], 1.0 - cols);
+}

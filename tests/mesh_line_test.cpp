@@ -261,3 +261,59 @@ TEST(MeshLine, DegenerateInputsFinishWithoutFaults) {
             EXPECT_EQ(sized_line(X, line, reals(n, 0.2), chordal, 0.0, false, 40, 60).code, 0);
         }
 }
+
+TEST(MeshLine, SharedCoordinatesAndFilledOutputsReceiveTheSameChain) {
+    // The new nodes go straight into the caller's matrix and the chain's buffers become empty
+    // outputs, unless another view shares the coordinates or an output already has storage: then
+    // they are appended. Both ways give the same bits; a view of the coordinates follows them.
+    const unsigned n = 400;
+    const ids line = iota(n);
+    const reals h(n, 0.02);
+    for (double chordal : {0.0, 1e-4, -0.01}) {
+        dense2D<double> lone = arc(n, 1.0, 3.0), shared = arc(n, 1.0, 3.0);
+        const dense2D<double> view = shared.sub_matrix(0, 0, 2, n);
+        const sized_line a(lone, line, h, chordal);
+        ids out{9};
+        reals params{1.0}, sizes{2.0};
+        sizes.reserve(5000);
+        out.reserve(5000);
+        ASSERT_EQ(mesh_line(shared, line, h, false, 1, kNoBound, chordal, 0.0, out, params, sizes), 0);
+        ASSERT_EQ(a.code, 0);
+        ASSERT_EQ(lone.cols(), shared.cols());
+        EXPECT_EQ(vx4test::entries(lone), vx4test::entries(shared)) << chordal;
+        ASSERT_EQ(out.size(), a.out.size() + 1);
+        for (unsigned k = 0; k < a.out.size(); ++k) {
+            EXPECT_EQ(out[k + 1], a.out[k]);
+            EXPECT_EQ(params[k], a.params[k]);
+            EXPECT_EQ(sizes[k + 1], a.sizes[k]);
+        }
+        EXPECT_EQ(view(1, n - 1), shared(1, n - 1));
+        EXPECT_EQ(view.data(), shared.data());
+    }
+}
+
+TEST(MeshLine, CoarseChainOverAFinePolylinePlacesEveryNodeAtItsAbscissa) {
+    // Thousands of polyline nodes between two new nodes: each new node must sit where the
+    // running metric length reaches its abscissa, whatever stretch of the line it falls in. The
+    // count, 9, is also nmin, so the first pass is the last and its placement is what is seen.
+    const unsigned n = 20001;
+    dense2D<double> X(2, n);
+    reals h(n), params(n);
+    for (unsigned i = 0; i < n; ++i) {
+        const double x = 7.0 * i / (n - 1);
+        X(0, i) = x, X(1, i) = 0.0, h[i] = 0.5 + 0.1 * x, params[i] = x / 7.0;
+    }
+    ids out;
+    reals out_params, out_sizes;
+    ASSERT_EQ(mesh_line(X, iota(n), params, h, false, 9, kNoBound, 0.0, 0.0, out, out_params, out_sizes), 0);
+    // Under sizes linear in x the metric abscissa of x is ln(h(x) / h(0)) / 0.1.
+    const double L = std::log(h[n - 1] / h[0]) / 0.1;
+    const unsigned E = out.size() - 1;
+    ASSERT_EQ(E, 9u);
+    for (unsigned k = 1; k < E; ++k) {
+        const double x = X(0, out[k]);
+        EXPECT_NEAR(out_sizes[k], 0.5 + 0.1 * x, 1e-12);
+        EXPECT_NEAR(std::log((0.5 + 0.1 * x) / 0.5) / 0.1, k * L / E, 1e-6) << k;
+        EXPECT_NEAR(out_params[k], x / 7.0, 1e-12);
+    }
+}

@@ -49,6 +49,21 @@ inline void* __vector_num_alloc(std::size_t bytes, std::size_t alignment = align
 
 inline void __vector_num_free(void* p) noexcept { std::free(p); }
 
+// True when __vector_num_realloc can serve blocks of this alignment.
+constexpr bool __vector_num_reallocates(std::size_t alignment) noexcept {
+    return alignment <= alignof(std::max_align_t);
+}
+
+// Resizes storage from __vector_num_alloc to `bytes`, in place when the system allocator can
+// (large blocks are remapped, not copied), keeping the leading min(old, bytes) bytes. Null, with
+// `p` untouched, when memory is short or when `alignment` is one that only a fresh block can
+// honour; the caller then allocates and copies.
+inline void* __vector_num_realloc(void* p, std::size_t bytes,
+                                  std::size_t alignment = alignof(std::max_align_t)) noexcept {
+    if (!__vector_num_reallocates(alignment) || detail::allocation_refused()) return nullptr;
+    return std::realloc(p, bytes == 0 ? 1 : bytes);
+}
+
 // Test hook: the allocation `n` calls from now (0 = the next one) and every later one fail,
 // until `allow_all_allocations` is called. Lets tests reach every out-of-memory path. It acts
 // on the allocations made by code of the calling program or library (the hook is per binary).
@@ -137,11 +152,21 @@ public:
         unsigned long long want = static_cast<unsigned long long>(capacity) * (factor ? factor : 1);
         if (want < min_capacity) want = min_capacity;
         if (want > std::numeric_limits<unsigned>::max()) want = std::numeric_limits<unsigned>::max();
-        T* fresh = static_cast<T*>(math1::__vector_num_alloc(static_cast<std::size_t>(want) * sizeof(T), alignment));
-        if (!fresh) return false;
+        const std::size_t bytes = static_cast<std::size_t>(want) * sizeof(T);
         keep = std::min(keep, capacity);
-        if (keep) std::memcpy(static_cast<void*>(fresh), data, std::size_t(keep) * sizeof(T));
-        math1::__vector_num_free(data);
+        T* fresh;
+        if (math1::__vector_num_reallocates(alignment) && 2ull * keep >= capacity) {
+            // Growing in place (or by remapping) keeps a large block's pages as they are, where a
+            // copy would touch every one of them again. Worth it when most of the block is kept.
+            fresh = static_cast<T*>(math1::__vector_num_realloc(data, bytes, alignment));
+            if (!fresh) return false;
+        } else {
+            fresh = static_cast<T*>(math1::__vector_num_alloc(bytes, alignment));
+            if (!fresh) return false;
+            if (keep) std::memcpy(static_cast<void*>(fresh), data, std::size_t(keep) * sizeof(T));
+            math1::__vector_num_free(data);
+        }
+        // Views reach the entries through this block, so they follow the data wherever it went.
         data = fresh;
         capacity = static_cast<unsigned>(want);
         return true;

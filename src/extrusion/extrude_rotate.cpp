@@ -1,6 +1,7 @@
 #include <vx4/tessora1d.h>
 
 #include "extrusion/rotation_from_vector.h"
+#include "geometry/kernels.h"
 #include "extrusion/sweep.h"
 
 #include <cmath>
@@ -40,10 +41,7 @@ struct arc_path<3> {
 
     // |W x R|: the angle times the distance of the start node from the axis.
     double length() const {
-        const double x = W[1] * R[2] - W[2] * R[1];
-        const double y = W[2] * R[0] - W[0] * R[2];
-        const double z = W[0] * R[1] - W[1] * R[0];
-        return std::sqrt(x * x + y * y + z * z);
+        return std::sqrt(cross_norm_sq<3>(W.v, R.v));
     }
     vector_fixed<double, 3> point(double t) const {
         const vector_fixed<double, 3> r = rotation_from_vector({{t * W[0], t * W[1], t * W[2]}}).apply(R);

@@ -1,6 +1,8 @@
 #include <vx4/tessora.h>
 #include <vx4/tessora1d.h>
 
+#include "geometry/kernels.h"
+
 #include <cmath>
 
 namespace vx4 {
@@ -26,10 +28,7 @@ bool edge_curvature_times_span(const double Ta[3], const double Tb[3], double& k
     }
     const double S = s[0] * s[0] + s[1] * s[1] + s[2] * s[2];
     if (S == 0.0) return false;
-    const double x = s[1] * d[2] - s[2] * d[1];
-    const double y = s[2] * d[0] - s[0] * d[2];
-    const double z = s[0] * d[1] - s[1] * d[0];
-    k = 4.0 * std::sqrt((x * x + y * y + z * z) / (S * S * S));
+    k = 4.0 * std::sqrt(detail::cross_norm_sq<3>(s, d) / (S * S * S));
     return true;
 }
 

@@ -2,13 +2,16 @@
 
 #include <vx4/tessora1d.h>
 
+#include "geometry/kernels.h"
 #include "geometry/parameter_search.h"
 #include "metrics/metric_algebra.h"
 #include "line/size_model.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 namespace vx4 {
 namespace tessora1d {
@@ -16,30 +19,12 @@ namespace detail {
 
 namespace {
 
-constexpr unsigned long long largest_unsigned = 4294967295ull;
-
-// The metric operations that differ between 2-D and 3-D: v^T M v for a packed M, the
-// bounding of the sizes, and the interpolation between an edge's two end metrics.
+// The bounding of the sizes, which differs between 2-D and 3-D.
 template <unsigned Dim>
-struct metric_ops;
-
-template <>
-struct metric_ops<2> {
-    static double form(const double* M, const double* v) {
-        return M[0] * v[0] * v[0] + 2.0 * M[1] * v[0] * v[1] + M[2] * v[1] * v[1];
-    }
-    static bool bound(double* M, double hmin, double hmax) { return bound_metric_sizes_2d(M, hmin, hmax); }
-
-};
-
-template <>
-struct metric_ops<3> {
-    static double form(const double* M, const double* v) {
-        return M[0] * v[0] * v[0] + M[2] * v[1] * v[1] + M[5] * v[2] * v[2] +
-               2.0 * (M[1] * v[0] * v[1] + M[3] * v[0] * v[2] + M[4] * v[1] * v[2]);
-    }
-    static bool bound(double* M, double hmin, double hmax) { return bound_metric_sizes_3d(M, hmin, hmax); }
-};
+bool bound_metric_sizes(double* M, double hmin, double hmax) {
+    if constexpr (Dim == 2) return bound_metric_sizes_2d(M, hmin, hmax);
+    else return bound_metric_sizes_3d(M, hmin, hmax);
+}
 
 // The metric interpolation between the end metrics of one edge, reducing the pair only once
 // however many nodes the edge receives (the result is that of interpolate_metric_2d / _3d).
@@ -47,7 +32,8 @@ template <unsigned Dim>
 class edge_interpolation {
 public:
     bool at(double x, const double* M0, const double* M1, double* out) {
-        if (std::fabs(x) < 1e-12 || std::fabs(1.0 - x) < 1e-12) return interpolate_ends(x, M0, M1, out);
+        if (std::fabs(x) < metric_end_tolerance || std::fabs(1.0 - x) < metric_end_tolerance)
+            return interpolate_ends(x, M0, M1, out);
         if (state_ == 0) state_ = reduce(M0, M1, record_) ? 1 : -1;
         double result[Dim * (Dim + 1) / 2];
         if (state_ < 0 || !interpolate(record_, x, result)) return false;
@@ -116,12 +102,12 @@ struct field_rules<Dim, anisotropic_metrics> {
         edge_interpolation<Dim> between;
     };
     static grading edge_grading(const double* v, const double* f0, const double* f1) {
-        const double q0 = metric_ops<Dim>::form(f0, v), q1 = metric_ops<Dim>::form(f1, v);
+        const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
         if (q0 > 0.0 && q1 > 0.0) return {f0, f1, std::sqrt(q0), std::sqrt(q1), true, {}};
         return {f0, f1, 0.0, 0.0, false, {}};
     }
     static double metric_length(const double* v, const double* f0, const double* f1) {
-        const double q0 = metric_ops<Dim>::form(f0, v), q1 = metric_ops<Dim>::form(f1, v);
+        const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
         if (q0 > 0.0 && q1 > 0.0) {
             const double l0 = std::sqrt(q0), l1 = std::sqrt(q1);
             return metric_length_1d(l0 * l1, l0, l1, false);
@@ -143,7 +129,7 @@ struct field_rules<Dim, anisotropic_metrics> {
     static void cap(double* f, double limit) {
         double m[width];
         std::memcpy(m, f, sizeof m);
-        if (metric_ops<Dim>::bound(m, 0.0, limit)) std::memcpy(f, m, sizeof m);
+        if (bound_metric_sizes<Dim>(m, 0.0, limit)) std::memcpy(f, m, sizeof m);
     }
 };
 
@@ -164,23 +150,26 @@ bool shape_matrix(dense2D<double>& m, unsigned rows, unsigned cols) {
     return m.resize(rows, cols);
 }
 
-// Points at the given non-decreasing parameters on `line`, linear between the bracketing nodes
-// (the arithmetic of interpolate_coordinates), written Dim-contiguous to `out`.
+// Points at non-decreasing parameters on a polyline, linear between the bracketing nodes (the
+// arithmetic of interpolate_coordinates). Each search resumes where the previous one ended, so a
+// sweep costs time linear in the two lengths; `cursor` can be saved and restored to resume a
+// sweep part way, with the same results as the sweep from the start.
 template <unsigned Dim>
-void place_on_polyline(const node_source& line, const double* query, unsigned count, double* out) {
-    const unsigned n = line.n;
-    const double* p = line.params;
-    unsigned i = 0;
-    for (unsigned k = 0; k < count; ++k, out += Dim) {
-        const double s = query[k];
-        i = lower_bound_from(p, i, n, s);
+struct polyline_locator {
+    const node_source* line;
+    unsigned cursor = 0;
+
+    void at(double s, double* out) {
+        const unsigned n = line->n;
+        const double* p = line->params;
+        const unsigned i = cursor = lower_bound_from(p, cursor, n, s);
         const bool inside = i > 0 && i < n;
-        const double* b = line.point(i < n ? i : n - 1);
-        const double* a = inside ? line.point(i - 1) : b;
+        const double* b = line->point(i < n ? i : n - 1);
+        const double* a = inside ? line->point(i - 1) : b;
         const double t = (inside && p[i - 1] < p[i]) ? (s - p[i - 1]) / (p[i] - p[i - 1]) : 0.0;
         for (unsigned r = 0; r < Dim; ++r) out[r] = (b[r] - a[r]) * t + a[r];
     }
-}
+};
 
 // Copies the sizes or metrics of the polyline into `limited` (width values per node) and caps
 // each by the chord whose sagitta is |chordal| times the local radius, never below hmin.
@@ -206,92 +195,189 @@ int limit_by_curvature(const polyline_ref& line, const line_options& options, de
     return 0;
 }
 
-// The working chain after a pass: the polyline's ends around the pass's new nodes, the new
-// coordinates taken on the caller's polyline at their parameters.
-template <unsigned Dim, unsigned K>
-int build_working_chain(const node_source& caller, const dense1D<double>& params, const dense2D<double>& fields,
-                        dense2D<double>& wpoints, dense1D<double>& wparams, dense2D<double>& wfields) {
-    const unsigned m = params.size();
-    const unsigned count = m + 2;
-    if (!shape_matrix(wpoints, Dim, count) || !wparams.resize(count) || !shape_matrix(wfields, K, count)) return -199;
-    double* wp = wparams.data();
-    wp[0] = caller.params[0];
-    if (m) std::memcpy(wp + 1, params.data(), m * sizeof(double));
-    wp[m + 1] = caller.params[caller.n - 1];
-    double* wf = wfields.data();
-    std::memcpy(wf, caller.field(0), K * sizeof(double));
-    for (unsigned k = 0; k < m; ++k) std::memcpy(wf + std::size_t(k + 1) * K, &fields(0, k), K * sizeof(double));
-    std::memcpy(wf + std::size_t(m + 1) * K, caller.field(caller.n - 1), K * sizeof(double));
-    place_on_polyline<Dim>(caller, wp, count, wpoints.data());
-    return 0;
+// The two polylines a pass reads, node by node in order. `mark` is where the reader stands after
+// the node just read and `resume` goes back there, so that a pass can skip ahead.
+
+// The caller's polyline (its sizes possibly limited), read in place.
+template <unsigned Dim>
+struct caller_nodes {
+    const node_source& line;
+
+    unsigned size() const { return line.n; }
+    double param(unsigned i) const { return line.params[i]; }
+    const double* field(unsigned i) const { return line.field(i); }
+    void point(unsigned i, double* out) const {
+        const double* p = line.point(i);
+        for (unsigned r = 0; r < Dim; ++r) out[r] = p[r];
+    }
+    unsigned mark() const { return 0; }
+    void resume(unsigned) {}
+};
+
+// The previous pass's chain: parameters and fields from its buffer, coordinates put back on the
+// caller's polyline at those parameters as they are read, so that every pass measures and places
+// along the caller's line without a stored copy of the chain's points.
+template <unsigned Dim>
+struct chain_nodes {
+    const double* params;
+    const double* fields;
+    std::size_t field_ld;
+    unsigned n;
+    polyline_locator<Dim> on_caller;
+
+    unsigned size() const { return n; }
+    double param(unsigned i) const { return params[i]; }
+    const double* field(unsigned i) const { return fields + i * field_ld; }
+    void point(unsigned i, double* out) { on_caller.at(params[i], out); }
+    unsigned mark() const { return on_caller.cursor; }
+    void resume(unsigned m) { on_caller.cursor = m; }
+};
+
+// The running metric lengths S_i of a polyline are needed twice: their total sets E, and each new
+// node looks up the edge whose sums bracket its abscissa. They are kept only every `sum_stride`
+// nodes and the few between are summed again while placing, in the same order, so a polyline of
+// a million nodes costs an eighth of a byte per node instead of eight. 64 keeps that re-summing
+// below 63 edges per new node.
+constexpr unsigned sum_stride = 64;
+
+struct running_sums {
+    dense1D<double> kept;    // S at nodes 0, stride, 2 stride, ...
+    dense1D<unsigned> marks; // the reader's mark after each of those nodes
+};
+
+template <unsigned Dim, class Kind, class Nodes>
+bool measure(Nodes& nodes, running_sums& sums, double& length) {
+    using rules = field_rules<Dim, Kind>;
+    const unsigned n = nodes.size();
+    const unsigned kept = (n - 1) / sum_stride + 1;
+    if (!sums.kept.resize(kept) || !sums.marks.resize(kept)) return false;
+    double* S = sums.kept.data();
+    unsigned* marks = sums.marks.data();
+    double a[Dim], b[Dim], v[Dim];
+    nodes.point(0, a);
+    double total = 0.0;
+    S[0] = total;
+    marks[0] = nodes.mark();
+    for (unsigned i = 1; i < n; ++i) {
+        nodes.point(i, b);
+        for (unsigned r = 0; r < Dim; ++r) v[r] = b[r] - a[r];
+        total = total + rules::metric_length(v, nodes.field(i - 1), nodes.field(i));
+        if (i % sum_stride == 0) {
+            S[i / sum_stride] = total;
+            marks[i / sum_stride] = nodes.mark();
+        }
+        for (unsigned r = 0; r < Dim; ++r) a[r] = b[r];
+    }
+    length = total;
+    return true;
+}
+
+// Where a pass writes its new node k (k = 1 .. E-1): entry k - 1 of each array; points only
+// when they are wanted.
+struct pass_output {
+    double* params;
+    double* fields;
+    std::size_t field_ld;
+    double* points;
+    std::size_t point_ld;
+};
+
+// New node k sits at metric abscissa k L / E, inside the edge (j-1, j) whose running sums bracket
+// it; the abscissas grow, so the edge only ever moves forward.
+template <unsigned Dim, class Kind, class Nodes>
+void place(Nodes& nodes, const running_sums& sums, double length, unsigned long long E, const pass_output& out) {
+    using rules = field_rules<Dim, Kind>;
+    const unsigned n = nodes.size();
+    const unsigned m = static_cast<unsigned>(E - 1);
+    if (m == 0) return;
+    const double* kept = sums.kept.data();
+    const unsigned* marks = sums.marks.data();
+    const unsigned long long nkept = sums.kept.size();
+
+    double P0[Dim], P1[Dim], v[Dim];
+    unsigned j = 1;
+    double S0 = 0.0, S1 = 0.0;
+    // Edge j from the current P1 and S1, summed as the measure did.
+    auto step = [&] {
+        for (unsigned r = 0; r < Dim; ++r) P0[r] = P1[r];
+        S0 = S1;
+        ++j;
+        nodes.point(j, P1);
+        for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
+        S1 = S0 + rules::metric_length(v, nodes.field(j - 1), nodes.field(j));
+    };
+    nodes.resume(0);
+    nodes.point(0, P1);
+    j = 0;
+    step();
+    typename rules::grading g = rules::edge_grading(v, nodes.field(0), nodes.field(1));
+
+    const double spacing = length / static_cast<double>(E);
+    for (unsigned k = 1; k < m + 1; ++k) {
+        const double s = static_cast<double>(k) * spacing;
+        if (S1 < s && j + 1 < n) {
+            // The sums never fall, so every node up to a kept one whose sum is below s would be
+            // stepped over: go straight to the last such node.
+            unsigned long long q = (j + sum_stride - 1ull) / sum_stride, c = 0;
+            bool skip = false;
+            while (q < nkept && q * sum_stride + 1 < n && kept[q] < s) {
+                c = q * sum_stride;
+                skip = true;
+                ++q;
+            }
+            if (skip) {
+                nodes.resume(marks[c / sum_stride]);
+                nodes.point(static_cast<unsigned>(c), P1);
+                S1 = kept[c / sum_stride];
+                j = static_cast<unsigned>(c);
+            }
+            do step();
+            while (j + 1 < n && S1 < s);
+            g = rules::edge_grading(v, nodes.field(j - 1), nodes.field(j));
+        }
+        const double t = S1 > S0 ? (s - S0) / (S1 - S0) : 0.0;
+        const double x = rules::fraction(t, g);
+        const double p0 = nodes.param(j - 1), p1 = nodes.param(j);
+        out.params[k - 1] = p0 + (p1 - p0) * x;
+        if (out.points) {
+            double* point = out.points + std::size_t(k - 1) * out.point_ld;
+            for (unsigned r = 0; r < Dim; ++r) point[r] = P0[r] + (P1[r] - P0[r]) * x;
+        }
+        rules::interpolate(x, g, out.fields + std::size_t(k - 1) * out.field_ld);
+    }
 }
 
 } // namespace
 
 template <unsigned Dim, class Kind>
-int mesh_line_pass_on(const node_source& line, bool even, unsigned nmin, unsigned nmax, dense1D<double>& running,
-                      dense2D<double>& points, dense1D<double>& params, dense2D<double>& fields) {
-    using rules = field_rules<Dim, Kind>;
-    constexpr unsigned K = rules::width;
-    const unsigned n = line.n;
-    if (!running.resize(n)) return -199;
-
-    // Running metric lengths of the edges; S[n-1] is the line's metric length.
-    double* S = running.data();
-    S[0] = 0.0;
-    double v[Dim];
-    for (unsigned i = 1; i < n; ++i) {
-        const double* a = line.point(i - 1);
-        const double* b = line.point(i);
-        for (unsigned r = 0; r < Dim; ++r) v[r] = b[r] - a[r];
-        S[i] = S[i - 1] + rules::metric_length(v, line.field(i - 1), line.field(i));
-    }
-    const double L = S[n - 1];
+int mesh_line_pass_on(const node_source& line, bool even, unsigned nmin, unsigned nmax, dense2D<double>& points,
+                      dense1D<double>& params, dense2D<double>& fields) {
+    constexpr unsigned K = field_width<Dim, Kind>::value;
+    caller_nodes<Dim> nodes{line};
+    running_sums sums;
+    double L = 0.0;
+    if (!measure<Dim, Kind>(nodes, sums, L)) return -199;
     const unsigned long long E = element_count(L, even, nmin, nmax);
     const unsigned long long fresh = E - 1;
     if (fresh * (Dim > K ? Dim : K) > largest_unsigned) return -199;
     const unsigned m = static_cast<unsigned>(fresh);
     if (!shape_matrix(points, Dim, m) || !params.resize(m) || !shape_matrix(fields, K, m)) return -199;
     if (m == 0) return 0;
-
-    // New node k sits at metric abscissa k L / E, inside the edge (j-1, j) whose running sums
-    // bracket it; the abscissas grow, so the edge only ever moves forward.
-    const double step = L / static_cast<double>(E);
-    const std::size_t pld = points.ld(), fld = fields.ld();
-    double* out_point = points.data();
-    double* out_field = fields.data();
-    double* out_param = params.data();
-    unsigned j = 1;
-    const double* P0 = line.point(0);
-    const double* P1 = line.point(1);
-    for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
-    typename rules::grading g = rules::edge_grading(v, line.field(0), line.field(1));
-    for (unsigned k = 1; k < m + 1; ++k, out_point += pld, out_field += fld) {
-        const double s = static_cast<double>(k) * step;
-        if (S[j] < s && j + 1 < n) {
-            do ++j;
-            while (j + 1 < n && S[j] < s);
-            P0 = line.point(j - 1);
-            P1 = line.point(j);
-            for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
-            g = rules::edge_grading(v, line.field(j - 1), line.field(j));
-        }
-        const double S0 = S[j - 1], S1 = S[j];
-        const double t = S1 > S0 ? (s - S0) / (S1 - S0) : 0.0;
-        const double x = rules::fraction(t, g);
-        const double p0 = line.params[j - 1], p1 = line.params[j];
-        out_param[k - 1] = p0 + (p1 - p0) * x;
-        for (unsigned r = 0; r < Dim; ++r) out_point[r] = P0[r] + (P1[r] - P0[r]) * x;
-        rules::interpolate(x, g, out_field);
-    }
+    place<Dim, Kind>(nodes, sums, L, E, {params.data(), fields.data(), fields.ld(), points.data(), points.ld()});
     return 0;
 }
 
+// Passes: the first meshes the caller's polyline; each later one meshes the chain of the pass
+// before, until a pass does not lower the node count (the first is compared with the largest
+// unsigned) or gives exactly nmin elements. A pass writes its chain to one half of the buffers
+// while it reads the previous chain from the other, and whether it is the last is known once it
+// has counted, so only the last chain gets coordinates, written where they stay.
 template <unsigned Dim, class Kind>
-int mesh_line_core(const polyline_ref& line, const line_options& options, line_chain& chain) {
+int mesh_line_core(const polyline_ref& line, const line_options& options, line_chain& chain, dense2D<double>* pos) {
     constexpr unsigned K = field_width<Dim, Kind>::value;
     node_source caller = line.nodes;
     const unsigned n = caller.n;
+    const unsigned first_new = pos ? pos->cols() : 0;
 
     dense1D<double> limited;
     if (options.chordal < 0.0) {
@@ -301,65 +387,79 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
         caller.field_ld = K;
     }
 
-    dense1D<double> running;
-    dense2D<double> points, fields;
-    dense1D<double> params;
-    int rc = mesh_line_pass_on<Dim, Kind>(caller, options.even, options.nmin, options.nmax, running, points, params,
-                                          fields);
-    if (rc != 0) return rc;
+    // Room for `count` new nodes, in the caller's matrix or in the chain.
+    auto point_room = [&](unsigned count, double*& out, std::size_t& ld) -> bool {
+        if (pos) {
+            if (!add_columns(*pos, count)) return false;
+            caller.coords = pos->data(); // the block may have moved as it grew
+            chain.points = pos->sub_matrix(0, first_new, Dim, count);
+            out = count ? &(*pos)(0, first_new) : nullptr;
+            ld = pos->ld();
+            return true;
+        }
+        if (chain.points.storage() && chain.points.storage()->use_count() > 1) chain.points.clear();
+        if (!shape_matrix(chain.points, Dim, count)) return false;
+        out = chain.points.data();
+        ld = chain.points.ld();
+        return true;
+    };
 
-    // Later passes mesh the previous pass's chain, re-placed on the caller's polyline, until the
-    // node count stops falling (the first pass is compared with the largest unsigned) or the
-    // pass reaches nmin exactly.
-    unsigned passes = 1;
+    running_sums sums;
     unsigned long long previous = largest_unsigned;
-    dense2D<double> wpoints, wfields;
-    dense1D<double> wparams;
-    for (;;) {
-        const unsigned long long E = params.size() + 1ull;
-        if (n == 2 || !(E + 1 < previous) || E == options.nmin) break;
-        previous = E + 1;
-        rc = build_working_chain<Dim, K>(caller, params, fields, wpoints, wparams, wfields);
-        if (rc != 0) return rc;
-        node_source work;
-        work.coords = wpoints.data();
-        work.ld = Dim;
-        work.params = wparams.data();
-        work.fields = wfields.data();
-        work.field_ld = K;
-        work.n = wparams.size();
-        rc = mesh_line_pass_on<Dim, Kind>(work, options.even, options.nmin, options.nmax, running, points, params,
-                                          fields);
-        if (rc != 0) return rc;
-        ++passes;
-    }
+    for (unsigned pass = 1;; ++pass) {
+        caller_nodes<Dim> polyline{caller};
+        chain_nodes<Dim> previous_chain{chain.spare_params.data(), chain.spare_fields.data(), chain.spare_fields.ld(),
+                                        chain.spare_params.size(), {&caller}};
+        double L = 0.0;
+        const bool measured = pass == 1 ? measure<Dim, Kind>(polyline, sums, L)
+                                        : measure<Dim, Kind>(previous_chain, sums, L);
+        if (!measured) return -199;
+        const unsigned long long E = element_count(L, options.even, options.nmin, options.nmax);
+        if ((E + 1) * (Dim > K ? Dim : K) > largest_unsigned) return -199;
+        const unsigned m = static_cast<unsigned>(E - 1);
+        const bool last = n == 2 || !(E + 1 < previous) || E == options.nmin;
 
-    // The chain: the polyline's ends (sizes as limited) around the last pass's new nodes. After
-    // more than one pass those were placed on chords of a working chain, so they are put back on
-    // the caller's polyline at their parameters: exactly what the working chain of a further
-    // pass would hold, so its buffers are reused.
-    chain.indices.clear();
-    const unsigned m = params.size();
-    if (passes > 1) {
-        rc = build_working_chain<Dim, K>(caller, params, fields, wpoints, wparams, wfields);
-        if (rc != 0) return rc;
-        chain.params = wparams;
-        chain.fields = wfields;
-        chain.points = wpoints.sub_matrix(0, 1, Dim, m);
-        return 0;
+        // The chain: the polyline's ends (sizes as limited) around the pass's new nodes.
+        if (!chain.params.resize(m + 2) || !shape_matrix(chain.fields, K, m + 2)) return -199;
+        pass_output out{chain.params.data() + 1, &chain.fields(0, 1), chain.fields.ld(), nullptr, Dim};
+        if (last && pass == 1 && !point_room(m, out.points, out.point_ld)) return -199;
+        if (pass == 1) place<Dim, Kind>(polyline, sums, L, E, out);
+        else place<Dim, Kind>(previous_chain, sums, L, E, out);
+        chain.params[0] = caller.params[0];
+        chain.params[m + 1] = caller.params[n - 1];
+        std::memcpy(&chain.fields(0, 0), caller.field(0), K * sizeof(double));
+        std::memcpy(&chain.fields(0, m + 1), caller.field(n - 1), K * sizeof(double));
+
+        if (last) {
+            if (pass == 1) return 0;
+            // Placed on the chords of the previous chain: put back on the caller's polyline, with
+            // the sweep started at the chain's first node as every pass's reading of it is.
+            double* points = nullptr;
+            std::size_t ld = Dim;
+            if (!point_room(m, points, ld)) return -199;
+            polyline_locator<Dim> on_caller{&caller};
+            double start[Dim];
+            on_caller.at(chain.params[0], start);
+            for (unsigned k = 0; k < m; ++k) on_caller.at(chain.params[k + 1], points + std::size_t(k) * ld);
+            return 0;
+        }
+        previous = E + 1;
+        std::swap(chain.params, chain.spare_params);
+        std::swap(chain.fields, chain.spare_fields);
     }
-    chain.params.clear();
-    chain.fields.clear();
-    if (!chain.params.resize(m + 2) || !chain.fields.resize(K, m + 2)) return -199;
-    double* cp = chain.params.data();
-    cp[0] = caller.params[0];
-    if (m) std::memcpy(cp + 1, params.data(), m * sizeof(double));
-    cp[m + 1] = caller.params[n - 1];
-    std::memcpy(&chain.fields(0, 0), caller.field(0), K * sizeof(double));
-    for (unsigned k = 0; k < m; ++k) std::memcpy(&chain.fields(0, k + 1), &fields(0, k), K * sizeof(double));
-    std::memcpy(&chain.fields(0, m + 1), caller.field(n - 1), K * sizeof(double));
-    chain.points = points;
-    return 0;
+}
+
+bool add_columns(dense2D<double>& pos, unsigned count) {
+    if (count == 0) return true;
+    const unsigned rows = pos.rows(), c0 = pos.cols();
+    const unsigned long long need = static_cast<unsigned long long>(c0) + count;
+    if (need * pos.ld() > largest_unsigned) return false;
+    if (need > pos.column_capacity()) {
+        const unsigned long long room = std::max(need, c0 + c0 / 2ull);
+        const bool fits = room * pos.ld() <= largest_unsigned && pos.reserve(rows, static_cast<unsigned>(room));
+        if (!fits && !pos.reserve(rows, static_cast<unsigned>(need))) return false;
+    }
+    return pos.resize(rows, static_cast<unsigned>(need));
 }
 
 bool number_chain(line_chain& chain, unsigned first, unsigned first_new, unsigned last) {
@@ -374,9 +474,9 @@ bool number_chain(line_chain& chain, unsigned first, unsigned first_new, unsigne
 }
 
 #define VX4_LINE_CORE(DIM, KIND)                                                                                   \
-    template int mesh_line_pass_on<DIM, KIND>(const node_source&, bool, unsigned, unsigned, dense1D<double>&,     \
-                                              dense2D<double>&, dense1D<double>&, dense2D<double>&);             \
-    template int mesh_line_core<DIM, KIND>(const polyline_ref&, const line_options&, line_chain&);
+    template int mesh_line_pass_on<DIM, KIND>(const node_source&, bool, unsigned, unsigned, dense2D<double>&,     \
+                                              dense1D<double>&, dense2D<double>&);                               \
+    template int mesh_line_core<DIM, KIND>(const polyline_ref&, const line_options&, line_chain&, dense2D<double>*);
 VX4_LINE_CORE(2, isotropic_sizes)
 VX4_LINE_CORE(3, isotropic_sizes)
 VX4_LINE_CORE(2, anisotropic_metrics)

@@ -1,10 +1,12 @@
 // The polyline meshing core, shared by mesh_line, the refinement stage and the single pass
-// that the spline mesher runs on its fine sample polyline. One template over the space
+// (mesh_line_pass_on) that the spline mesher runs on its fine sample polyline. One template over the space
 // dimension (2, 3) and the field kind (isotropic sizes, anisotropic metrics); the four
 // combinations are instantiated in line_core.cpp and line_refinement.cpp.
 #pragma once
 
 #include <vx4/math1.h>
+
+#include "geometry/kernels.h"
 
 #include <cstddef>
 
@@ -72,7 +74,7 @@ struct polyline_ref {
 struct line_options {
     bool even = false;
     unsigned nmin = 1;
-    unsigned nmax = 4294967295u;
+    unsigned nmax = largest_unsigned;
     double chordal = 0.0;
     double hmin = 0.0;
 };
@@ -85,21 +87,34 @@ struct line_chain {
     dense2D<double> points;    // Dim x (new node count), in chain order
     dense1D<double> params;    // E + 1
     dense2D<double> fields;    // width x (E + 1)
+    // The other half of the pass buffers: a pass reads the previous chain from one half while it
+    // writes the next one to the other. Kept here so that repeated cores reuse both.
+    dense1D<double> spare_params;
+    dense2D<double> spare_fields;
     unsigned elements() const { return params.size() > 0 ? params.size() - 1 : 0; }
 };
 
 // One placement pass over `line`: measures it, chooses E and rewrites `points` (Dim x E-1),
-// `params` (E-1) and `fields` (width x E-1) with the interior nodes. `running` is scratch for
-// the running metric lengths. 0, or -199 when a buffer cannot be sized.
+// `params` (E-1) and `fields` (width x E-1) with the interior nodes. 0, or -199 when a buffer
+// cannot be sized.
 template <unsigned Dim, class Kind>
-int mesh_line_pass_on(const node_source& line, bool even, unsigned nmin, unsigned nmax, dense1D<double>& running,
-                      dense2D<double>& points, dense1D<double>& params, dense2D<double>& fields);
+int mesh_line_pass_on(const node_source& line, bool even, unsigned nmin, unsigned nmax, dense2D<double>& points,
+                      dense1D<double>& params, dense2D<double>& fields);
 
 // The whole core: curvature limit (chordal < 0), then passes until the node count stops
 // falling or reaches nmin. Fills points, params and fields of `chain` (not its indices).
-// 0, or -199 (or the code of the curvature query) on failure; `chain` is then unspecified.
+// With `pos` given, the new nodes go straight to new columns of *pos (which must hold the
+// polyline's coordinates and no other view of its storage) and chain.points views them; pos is
+// then grown in place, never copied. 0, or -199 (or the code of the curvature query) on
+// failure; `chain` is then in no particular state and *pos has its former columns.
 template <unsigned Dim, class Kind>
-int mesh_line_core(const polyline_ref& line, const line_options& options, line_chain& chain);
+int mesh_line_core(const polyline_ref& line, const line_options& options, line_chain& chain,
+                   dense2D<double>* pos = nullptr);
+
+// Adds `count` columns to a coordinate matrix, keeping its columns where they are. The room grows
+// by half at least, so that a mesher calling once per segment stays linear. False, unchanged,
+// when memory is short or the columns cannot be counted.
+bool add_columns(dense2D<double>& pos, unsigned count);
 
 // Numbers a core's chain in the caller's coordinates: first, first_new, first_new + 1, ..., last.
 bool number_chain(line_chain& chain, unsigned first, unsigned first_new, unsigned last);

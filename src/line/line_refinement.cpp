@@ -1,5 +1,7 @@
 #include "line/line_core.h"
 
+#include "geometry/kernels.h"
+
 #include <cmath>
 #include <cstring>
 
@@ -9,7 +11,9 @@ namespace detail {
 
 namespace {
 
-constexpr unsigned largest_unsigned = 4294967295u;
+// The split favours the middle of the line: a node's deviation is weighted by
+// 1 + middle_bonus s (1 - s) for its normalized parameter s, from 1 at the ends to 2 midway.
+constexpr double middle_bonus = 4.0;
 
 // What the stage does with one part's chain.
 struct verdict {
@@ -17,22 +21,6 @@ struct verdict {
     unsigned nmin;  // element minimum of the re-meshing
     unsigned split; // node (within the part) at which a cut is made
 };
-
-// Distance from p to the line through a and b; the cross product undivided when a = b.
-template <unsigned Dim>
-double distance_to_line(const double* a, const double* b, const double* p) {
-    double e[3] = {0.0, 0.0, 0.0}, w[3] = {0.0, 0.0, 0.0};
-    for (unsigned r = 0; r < Dim; ++r) {
-        e[r] = b[r] - a[r];
-        w[r] = p[r] - a[r];
-    }
-    const double cx = e[1] * w[2] - e[2] * w[1];
-    const double cy = e[2] * w[0] - e[0] * w[2];
-    const double cz = e[0] * w[1] - e[1] * w[0];
-    const double cross = std::sqrt(cx * cx + cy * cy + cz * cz);
-    const double len = std::sqrt(e[0] * e[0] + e[1] * e[1] + e[2] * e[2]);
-    return len != 0.0 ? cross / len : cross;
-}
 
 // Measures how far the chain strays from the interior nodes of `part` and decides: keep it,
 // mesh the part again whole (with more elements when the deviation is spread along it), or cut
@@ -69,7 +57,7 @@ verdict judge(const node_source& part, const line_chain& chain, bool even, doubl
         for (unsigned r = 0; r < Dim; ++r)
             if (std::fabs(p[r]) > amax) amax = std::fabs(p[r]);
         const double s = (pi - p_first) / span;
-        const double weighted = (1.0 + 4.0 * s * (1.0 - s)) * d;
+        const double weighted = (1.0 + middle_bonus * s * (1.0 - s)) * d;
         if (weighted > best) {
             best = weighted;
             split = i;

@@ -1,6 +1,7 @@
 #include <vx4/tessora.h>
 #include <vx4/tessora1d.h>
 
+#include "geometry/kernels.h"
 #include "line/line_core.h"
 
 #include <algorithm>
@@ -12,8 +13,9 @@ namespace tessora1d {
 
 namespace {
 
+using detail::largest_unsigned;
+
 constexpr double largest_double = 1.7976931348623157e308;
-constexpr unsigned long long largest_unsigned = 4294967295ull;
 
 // Appends `count` entries in one step; when that passes the capacity, storage for the old size
 // plus the larger of the old size and `count` is reserved first. False, unchanged, when short.
@@ -22,7 +24,8 @@ bool append_entries(dense1D<T>& out, const T* src, unsigned count) {
     const unsigned long long old = out.size(), need = old + count;
     if (need > largest_unsigned) return false;
     if (need > out.capacity()) {
-        const unsigned long long room = std::min(old + std::max<unsigned long long>(old, count), largest_unsigned);
+        const unsigned long long room =
+            std::min<unsigned long long>(old + std::max<unsigned long long>(old, count), largest_unsigned);
         if (!out.reserve(static_cast<unsigned>(room))) return false;
     }
     out.resize(static_cast<unsigned>(need));
@@ -47,20 +50,10 @@ bool append_columns(dense2D<double>& out, const dense2D<double>& src) {
     return true;
 }
 
-// Appends the chain's new nodes to the caller's coordinates. The room grows by half at least,
-// so that a mesher calling once per segment stays linear. False, unchanged, when short.
+// Appends the chain's new nodes to the caller's coordinates. False, unchanged, when short.
 bool append_points(dense2D<double>& pos, const dense2D<double>& points) {
-    const unsigned count = points.cols();
-    if (count == 0) return true;
-    const unsigned rows = pos.rows(), c0 = pos.cols();
-    const unsigned long long need = static_cast<unsigned long long>(c0) + count;
-    if (need * pos.ld() > largest_unsigned) return false;
-    if (need > pos.column_capacity()) {
-        const unsigned long long room = std::max(need, c0 + c0 / 2ull);
-        const bool fits = room * pos.ld() <= largest_unsigned && pos.reserve(rows, static_cast<unsigned>(room));
-        if (!fits && !pos.reserve(rows, static_cast<unsigned>(need))) return false;
-    }
-    if (!pos.resize(rows, static_cast<unsigned>(need))) return false;
+    const unsigned count = points.cols(), rows = pos.rows(), c0 = pos.cols();
+    if (!detail::add_columns(pos, count)) return false;
     for (unsigned k = 0; k < count; ++k) std::memcpy(&pos(0, c0 + k), &points(0, k), rows * sizeof(double));
     return true;
 }
@@ -104,17 +97,27 @@ detail::line_options read_options(bool even, unsigned nmin, unsigned nmax, doubl
     return options;
 }
 
-// Core, then refinement when asked for and the chain is still below nmax, then the new nodes
-// go to the caller's coordinates (which stay untouched on failure).
+// Core, then refinement when asked for and the chain is still below nmax. The new nodes go to
+// the caller's coordinates, straight from the core unless another view shares their storage;
+// on failure the coordinates keep their former columns.
 template <unsigned Dim, class Kind>
 int mesh_polyline(dense2D<double>& pos, const detail::polyline_ref& line, const detail::line_options& options,
                   detail::line_chain& chain) {
-    const int rc = detail::mesh_line_core<Dim, Kind>(line, options, chain);
+    const unsigned rows = pos.rows(), first_new = pos.cols();
+    const bool in_place = pos.storage() && pos.storage()->use_count() == 1;
+    const int rc = detail::mesh_line_core<Dim, Kind>(line, options, chain, in_place ? &pos : nullptr);
     if (rc != 0) return rc;
-    const unsigned first_new = pos.cols();
-    if (!detail::number_chain(chain, line.indices[0], first_new, line.indices[line.nodes.n - 1])) return -199;
+    detail::polyline_ref grown = line;
+    grown.nodes.coords = pos.data(); // the block's data may have moved as it grew
+    if (!detail::number_chain(chain, line.indices[0], first_new, line.indices[line.nodes.n - 1])) {
+        pos.resize(rows, first_new);
+        return -199;
+    }
     if (options.chordal > 0.0 && chain.elements() < options.nmax)
-        detail::refine_line<Dim, Kind>(line, options, first_new, chain);
+        detail::refine_line<Dim, Kind>(grown, options, first_new, chain);
+    // Kept as the core wrote it, or replaced by the refinement's chain.
+    if (!chain.points.empty() && chain.points.storage().get() == pos.storage().get()) return 0;
+    pos.resize(rows, first_new);
     return append_points(pos, chain.points) ? 0 : -199;
 }
 
@@ -125,10 +128,22 @@ int mesh_polyline(dense2D<double>& pos, const detail::polyline_ref& line, const 
                            : mesh_polyline<3, Kind>(pos, line, options, chain);
 }
 
+// An output without storage of its own takes the chain's buffer as it stands: the same entries
+// with no copy. Any other output is appended to.
+template <class T>
+void append_chain(dense1D<T>& out, const dense1D<T>& src) {
+    if (!out.storage()) out = src;
+    else append_entries(out, src.data(), src.size());
+}
+
 // The chain's fields in the caller's form: metric columns, or one size per node.
-bool append_field(dense2D<double>& out, const dense2D<double>& fields) { return append_columns(out, fields); }
-bool append_field(dense1D<double>& out, const dense2D<double>& fields) {
-    return append_entries(out, fields.data(), fields.cols());
+void append_field(dense2D<double>& out, const dense2D<double>& fields) {
+    if (!out.storage()) out = fields;
+    else append_columns(out, fields);
+}
+void append_field(dense1D<double>& out, const dense2D<double>& fields) {
+    if (!out.storage() && fields.ld() == 1) out = fields.as_vector();
+    else append_entries(out, fields.data(), fields.cols());
 }
 
 // Meshes the checked polyline and appends the chain to the outputs. A failed growth leaves
@@ -140,8 +155,8 @@ int mesh_and_append(dense2D<double>& pos, const detail::polyline_ref& line, cons
     const int result = mesh_polyline<Kind>(pos, line, options, chain);
     if (result != 0) return result;
     append_field(out_field, chain.fields);
-    append_entries(out_indices, chain.indices.data(), chain.indices.size());
-    append_entries(out_params, chain.params.data(), chain.params.size());
+    append_chain(out_indices, chain.indices);
+    append_chain(out_params, chain.params);
     return 0;
 }
 

@@ -2,6 +2,8 @@
 // simultaneous reduction of two metrics and interpolation linear in size.
 #include "metrics/metric_algebra.h"
 
+#include "geometry/kernels.h"
+
 #include <vx4/lapack.h>
 
 #include <cfloat>
@@ -89,12 +91,6 @@ void sizes_to_eigenvalues(const double* sizes, double* values) {
     }
 }
 
-void cross_product(const double* u, const double* v, double* w) {
-    w[0] = u[1] * v[2] - u[2] * v[1];
-    w[1] = u[2] * v[0] - u[0] * v[2];
-    w[2] = u[0] * v[1] - u[1] * v[0];
-}
-
 // Divides the vector by its length unless it is null or already of unit length.
 template <unsigned Dim>
 void normalize_unless_null_or_unit(double* v) {
@@ -135,7 +131,7 @@ bool eigen_frame(const double* M, double* values, double* vectors) {
         double work[10] = {};
         long info = 0;
         lapack::dspev('V', 'U', 3, copy, values, vectors, 3, work, info);
-        if (info == 0) cross_product(vectors, vectors + 3, vectors + 6);
+        if (info == 0) cross_3d(vectors, vectors + 3, vectors + 6);
         return true;
     }
 }
@@ -438,7 +434,7 @@ bool simultaneous_reduction_3d(const double A[6], const double B[6], bool normal
     long info = 0;
     lapack::dspev('V', 'U', 3, C, values, Z, 3, work, info);
     if (info != 0) return false;
-    if (normalize) cross_product(Z, Z + 3, Z + 6);
+    if (normalize) cross_3d(Z, Z + 3, Z + 6);
     const double scale = 1.0 / (p * p);
     for (unsigned k = 0; k < 3; ++k) {
         mu[k] = values[k] * scale;
@@ -489,9 +485,9 @@ namespace {
 // At t within the tolerance of 0 or 1 the interpolation is a plain copy of that end's metric.
 template <unsigned Dim>
 bool copy_end_metric(double t, const double* M0, const double* M1, double* out) {
-    const double* end = std::fabs(t) < relative_tolerance         ? M0
-                        : std::fabs(1.0 - t) < relative_tolerance ? M1
-                                                                  : nullptr;
+    const double* end = std::fabs(t) < metric_end_tolerance         ? M0
+                        : std::fabs(1.0 - t) < metric_end_tolerance ? M1
+                                                                    : nullptr;
     if (!end) return false;
     for (unsigned i = 0; i < packed_size(Dim); ++i) out[i] = end[i];
     return true;

@@ -11,6 +11,10 @@ namespace vx4 {
 namespace tessora1d {
 namespace detail {
 
+// An interpolation at a fraction within this of 0 or 1 copies that end's metric as it is, so that
+// a node at an edge's end carries the end's metric bit for bit.
+constexpr double metric_end_tolerance = 1e-12;
+
 // Packed output (j, i), j <= i, = sum_k values[k] * v_k[i] * v_k[j]; overwritten in full.
 void metric_from_eigen_2d(const double vectors[4], const double values[2], double packed[3]);
 void metric_from_eigen_3d(const double vectors[9], const double values[3], double packed[6]);

@@ -1,16 +1,11 @@
 // Two unit vectors completing a direction to a right-handed orthonormal frame in space.
 #pragma once
 
+#include "geometry/kernels.h"
+
 namespace vx4 {
 namespace tessora1d {
 namespace detail {
-
-// out = a x b (out must not alias a or b).
-inline void cross_3d(const double a[3], const double b[3], double out[3]) {
-    out[0] = a[1] * b[2] - a[2] * b[1];
-    out[1] = a[2] * b[0] - a[0] * b[2];
-    out[2] = a[0] * b[1] - a[1] * b[0];
-}
 
 // c1 and c2 unit and orthogonal to u (normalised here; a zero u stands for the x axis), with
 // c2 = u x hint / |u x hint| and c1 = c2 x u. A zero hint, or one parallel to u, is replaced

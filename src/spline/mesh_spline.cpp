@@ -3,7 +3,8 @@
 
 #include "connectivity/push_back_edge.h"
 #include "extrusion/point_append.h"
-#include "line/line_pass.h"
+#include "geometry/kernels.h"
+#include "line/line_core.h"
 #include "spline/spline_cubic.h"
 
 #include <algorithm>
@@ -17,13 +18,23 @@ namespace tessora1d {
 namespace {
 
 constexpr double no_limit = std::numeric_limits<double>::max();
+using detail::largest_unsigned;
+
+// The samples follow the curve this many times more closely than the mesh is asked to, so that
+// a mesh measured on the sample polyline is within its tolerance of the curve itself.
+constexpr double sampling_refinement = 10.0;
 
 // ---------------------------------------------------------------------------------------------
-// The two kinds of size field. Both cores are written once over these: one size per entry in
-// a vector, or one packed metric per column of a matrix.
+// What the cores do with each kind of size field, over the line core's field kinds: one size per
+// entry of a vector, or one packed metric per column of a matrix. The four cores are written once
+// over these.
 // ---------------------------------------------------------------------------------------------
 
-struct size_field {
+template <unsigned D, class Kind>
+struct spline_field;
+
+template <unsigned D>
+struct spline_field<D, detail::isotropic_sizes> {
     using field = dense1D<double>;
     static constexpr int gradation_mode = -1;
 
@@ -39,18 +50,22 @@ struct size_field {
     }
     static void copy_entry(const field& from, unsigned k, field& to, unsigned j) { to[j] = from[k]; }
     static void cap_size(field& f, unsigned j, double h) { f[j] = std::min(f[j], h); }
+    // The field as the line core reads it, and the core's sizes (one row) as a field.
+    static const double* values(const field& f) { return f.data(); }
+    static std::size_t stride(const field&) { return 1; }
+    static field from_core(const dense2D<double>& fields) { return fields.as_vector(); }
 
     static bool reserve_more(field& out, unsigned extra) {
         unsigned long long need = static_cast<unsigned long long>(out.size()) + extra;
-        return need <= UINT_MAX && out.reserve(static_cast<unsigned>(need));
+        return need <= largest_unsigned && out.reserve(static_cast<unsigned>(need));
     }
     static void append(field& out, const field& from, unsigned k) { out.push_back(from[k]); }
 };
 
 template <unsigned D>
-struct metric_field {
+struct spline_field<D, detail::anisotropic_metrics> {
     using field = dense2D<double>;
-    static constexpr unsigned rows = D * (D + 1) / 2;
+    static constexpr unsigned rows = detail::field_width<D, detail::anisotropic_metrics>::value;
     static constexpr int gradation_mode = 0;
 
     static bool is_valid_input(const field& given, unsigned n) {
@@ -78,10 +93,13 @@ struct metric_field {
         tessora::bound_metric(m, 0.0, h);
         for (unsigned i = 0; i < rows; ++i) f(i, j) = m[i];
     }
+    static const double* values(const field& f) { return f.data(); }
+    static std::size_t stride(const field& f) { return f.ld(); }
+    static field from_core(const dense2D<double>& fields) { return fields; }
 
     static bool reserve_more(field& out, unsigned extra) {
         unsigned long long need = static_cast<unsigned long long>(out.empty() ? 0 : out.cols()) + extra;
-        return need <= UINT_MAX && out.reserve(rows, static_cast<unsigned>(need));
+        return need <= largest_unsigned && out.reserve(rows, static_cast<unsigned>(need));
     }
     static void append(field& out, const field& from, unsigned k) {
         const unsigned j = out.empty() ? 0 : out.cols();
@@ -93,20 +111,6 @@ struct metric_field {
 // ---------------------------------------------------------------------------------------------
 // Small geometry
 // ---------------------------------------------------------------------------------------------
-
-// |u x v|^2: the scalar cross product squared in the plane, the vector's squared norm in space.
-template <unsigned D>
-double cross_norm_sq(const double* u, const double* v) {
-    if constexpr (D == 2) {
-        const double c = u[0] * v[1] - u[1] * v[0];
-        return c * c;
-    } else {
-        const double c0 = u[1] * v[2] - u[2] * v[1];
-        const double c1 = u[2] * v[0] - u[0] * v[2];
-        const double c2 = u[0] * v[1] - u[1] * v[0];
-        return c0 * c0 + c1 * c1 + c2 * c2;
-    }
-}
 
 template <unsigned D>
 void node_difference(const dense2D<double>& coords, unsigned from, unsigned to, double* v) {
@@ -169,7 +173,7 @@ bool count_segment_samples(const dense2D<double>& coords, const dense1D<unsigned
         if (0.5 * hmin > h) h = 0.5 * hmin;
         counts[k] = samples_per_segment(arc, h);
         sum += counts[k];
-        if (sum > UINT_MAX) return false;
+        if (sum > largest_unsigned) return false;
     }
     total = static_cast<unsigned>(sum);
     return true;
@@ -211,7 +215,8 @@ bool sample_spline(const dense2D<double>& coords, const dense1D<unsigned>& chain
                 w[r] = out.points(r, j) - seg.a0[r];
             }
             out.abscissas[j] = s + t * span;
-            const double dist_sq = chord_sq > 0.0 ? cross_norm_sq<D>(w, chord) / chord_sq : detail::dot<D>(w, w);
+            const double dist_sq =
+                chord_sq > 0.0 ? detail::cross_norm_sq<D>(w, chord) / chord_sq : detail::dot<D>(w, w);
             if (dist_sq > largest_sq) largest_sq = dist_sq;
             last_t = t;
         }
@@ -253,7 +258,7 @@ bool spline_corner_chain(const dense2D<double>& coords, const dense1D<unsigned>&
         node_difference<D>(coords, chain[k], chain[k + 1], after);
         const double longer_sq = std::max(detail::dot<D>(before, before), detail::dot<D>(after, after));
         // A squared cross product (a fourth power) against a squared length: kept as it stands.
-        if (cross_norm_sq<D>(before, after) > 1e-24 * longer_sq && k >= 2) {
+        if (detail::cross_norm_sq<D>(before, after) > 1e-24 * longer_sq && k >= 2) {
             corners.push_back(chain[k]);
             abscissas.push_back(running);
         }
@@ -298,7 +303,7 @@ bool spline_node_sizes(const dense2D<double>& coords, const dense1D<unsigned>& c
 // The core, one per dimension and field kind
 // ---------------------------------------------------------------------------------------------
 
-template <unsigned D, class Kind>
+template <unsigned D, class FieldKind, class Kind = spline_field<D, FieldKind>>
 int mesh_spline_core(dense2D<double>& coords, const dense1D<unsigned>& chain, const typename Kind::field& given,
                      bool even, unsigned nmin, unsigned nmax, double chordal, double hmin, double background,
                      double gradation, dense1D<unsigned>& out_indices, dense1D<double>& out_params,
@@ -316,7 +321,7 @@ int mesh_spline_core(dense2D<double>& coords, const dense1D<unsigned>& chain, co
 
     // Any local shortage from here on leaves the outputs as they were; no code is reported.
     spline_samples samples;
-    if (!sample_spline<D>(coords, chain, chordal / 10.0, hmin, samples, deviation)) return 0;
+    if (!sample_spline<D>(coords, chain, chordal / sampling_refinement, hmin, samples, deviation)) return 0;
     const unsigned ns = samples.abscissas.size();
 
     field sample_field;
@@ -346,20 +351,28 @@ int mesh_spline_core(dense2D<double>& coords, const dense1D<unsigned>& chain, co
                                          gradation, sample_field);
     }
 
-    dense1D<unsigned> polyline;
-    if (!polyline.resize(ns)) return 0;
-    for (unsigned j = 0; j < ns; ++j) polyline[j] = j;
-    dense2D<double> new_points;
+    // The samples, column j being sample j, meshed by one pass of the line core.
+    dense2D<double> new_points, core_fields;
     dense1D<double> new_params;
-    field new_field;
-    detail::mesh_line_pass(samples.points, polyline, samples.abscissas, sample_field, even, nmin, nmax, new_points,
-                           new_params, new_field);
-    // The pass's code is not consulted; only what it actually produced is copied.
-    unsigned added = new_points.rows() == D ? new_points.cols() : 0;
-    added = std::min({added, new_params.size(), Kind::count(new_field)});
+    unsigned added = 0;
+    if (Kind::count(sample_field) >= ns) {
+        detail::node_source sampled;
+        sampled.coords = samples.points.data();
+        sampled.ld = samples.points.ld();
+        sampled.params = samples.abscissas.data();
+        sampled.fields = Kind::values(sample_field);
+        sampled.field_ld = Kind::stride(sample_field);
+        sampled.n = ns;
+        // The pass's code is not consulted; only what it actually produced is copied.
+        const int rc =
+            detail::mesh_line_pass_on<D, FieldKind>(sampled, even, nmin, nmax, new_points, new_params, core_fields);
+        if (rc == 0) added = new_params.size();
+    }
+    const field new_field = Kind::from_core(core_fields);
 
     const unsigned first_new = coords.cols();
-    if (static_cast<unsigned long long>(first_new) + added > UINT_MAX || !coords.reserve(D, first_new + added) ||
+    if (static_cast<unsigned long long>(first_new) + added > largest_unsigned ||
+        !coords.reserve(D, first_new + added) ||
         !out_indices.reserve(out_indices.size() + added + 2) || !out_params.reserve(out_params.size() + added + 2) ||
         !Kind::reserve_more(out_field, added + 2))
         return 0;
@@ -389,24 +402,26 @@ int mesh_spline(dense2D<double>& coords, const dense1D<unsigned>& chain, const d
                 unsigned nmin, unsigned nmax, double chordal, double hmin, double background, double gradation,
                 dense1D<unsigned>& out_indices, dense1D<double>& out_params, dense2D<double>& out_metrics,
                 double& deviation) {
+    using kind = detail::anisotropic_metrics;
     deviation = 0.0;
     if (coords.rows() == 2)
-        return mesh_spline_core<2, metric_field<2>>(coords, chain, metrics, even, nmin, nmax, chordal, hmin, background,
-                                                    gradation, out_indices, out_params, out_metrics, deviation);
-    return mesh_spline_core<3, metric_field<3>>(coords, chain, metrics, even, nmin, nmax, chordal, hmin, background,
-                                                gradation, out_indices, out_params, out_metrics, deviation);
+        return mesh_spline_core<2, kind>(coords, chain, metrics, even, nmin, nmax, chordal, hmin, background, gradation,
+                                         out_indices, out_params, out_metrics, deviation);
+    return mesh_spline_core<3, kind>(coords, chain, metrics, even, nmin, nmax, chordal, hmin, background, gradation,
+                                     out_indices, out_params, out_metrics, deviation);
 }
 
 int mesh_spline(dense2D<double>& coords, const dense1D<unsigned>& chain, const dense1D<double>& sizes, bool even,
                 unsigned nmin, unsigned nmax, double chordal, double hmin, double background, double gradation,
                 dense1D<unsigned>& out_indices, dense1D<double>& out_params, dense1D<double>& out_sizes,
                 double& deviation) {
+    using kind = detail::isotropic_sizes;
     deviation = 0.0;
     if (coords.rows() == 2)
-        return mesh_spline_core<2, size_field>(coords, chain, sizes, even, nmin, nmax, chordal, hmin, background,
-                                               gradation, out_indices, out_params, out_sizes, deviation);
-    return mesh_spline_core<3, size_field>(coords, chain, sizes, even, nmin, nmax, chordal, hmin, background,
-                                           gradation, out_indices, out_params, out_sizes, deviation);
+        return mesh_spline_core<2, kind>(coords, chain, sizes, even, nmin, nmax, chordal, hmin, background, gradation,
+                                         out_indices, out_params, out_sizes, deviation);
+    return mesh_spline_core<3, kind>(coords, chain, sizes, even, nmin, nmax, chordal, hmin, background, gradation,
+                                     out_indices, out_params, out_sizes, deviation);
 }
 
 } // namespace tessora1d

@@ -2,6 +2,7 @@
 #include <vx4/tessora1d.h>
 
 #include "geometry/column_distance.h"
+#include "geometry/kernels.h"
 
 #include <cmath>
 
@@ -11,7 +12,7 @@ namespace tessora1d {
 namespace {
 
 constexpr double largest_double = 1.7976931348623157e308;
-constexpr unsigned largest_unsigned = 4294967295u;
+using detail::largest_unsigned;
 
 // The segment's two sizes, or the metric block that starts k rows down (cut at the matrix edge,
 // so for k >= 1 it is short and mesh_line refuses it).

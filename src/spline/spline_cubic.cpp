@@ -44,14 +44,6 @@ bool cubic_stalls(const spline_segment<D>& s, const double* d) {
     return forward_fraction * s.L2 > dot<D>(s.a1, d) + tm * sd;
 }
 
-double cross_2d(const double* u, const double* v) { return u[0] * v[1] - u[1] * v[0]; }
-
-void cross_3d(const double* u, const double* v, double* w) {
-    w[0] = u[1] * v[2] - u[2] * v[1];
-    w[1] = u[2] * v[0] - u[0] * v[2];
-    w[2] = u[0] * v[1] - u[1] * v[0];
-}
-
 // p' x p'' = 2 k with k = a1 x a2 + 3t (a1 x a3 + t a2 x a3); w = |p'|^2. In the plane the
 // cross product is a scalar, in space a vector taken by its norm.
 double curvature_from_cross(const spline_segment<2>& s, double t, double w) {

@@ -4,6 +4,8 @@
 
 #include <vx4/math1.h>
 
+#include "geometry/kernels.h"
+
 namespace vx4 {
 namespace tessora1d {
 namespace detail {
@@ -28,14 +30,6 @@ void spline_coefficients(const dense2D<double>& coords, unsigned P0, unsigned P1
 // Curvature |p' x p''| / |p'|^3 at t; the largest finite double where the speed is 0.
 template <unsigned D>
 double spline_curvature(const spline_segment<D>& segment, double t);
-
-// u . v over D components.
-template <unsigned D>
-inline double dot(const double* u, const double* v) {
-    double s = 0.0;
-    for (unsigned i = 0; i < D; ++i) s += u[i] * v[i];
-    return s;
-}
 
 // Component i of p(t) in Horner form, so that t = 0 gives P1 exactly.
 template <unsigned D>
