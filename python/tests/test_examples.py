@@ -47,6 +47,18 @@ def test_dask_batch_matches_serial_results(dask_client, options, chunk_size):
         assert all((len(chain) - 1) % 2 == 0 and len(chain) - 1 >= 7 for chain in batched)
 
 
+def test_dask_batch_refuses_workers_with_another_module_version(dask_client, monkeypatch):
+    import types
+
+    import dask_batch
+
+    assert dask_batch.check_workers(dask_client) == 2
+    # The workers still import the real module; this process now claims another version.
+    monkeypatch.setattr(dask_batch, "tessora1d", types.SimpleNamespace(version=lambda: "0.0.0.0"))
+    with pytest.raises(RuntimeError, match="another tessora1d than 0.0.0.0"):
+        dask_batch.check_workers(dask_client)
+
+
 def test_plot_example_writes_a_png(tmp_path):
     pytest.importorskip("matplotlib")
     import mesh_and_plot
@@ -57,16 +69,21 @@ def test_plot_example_writes_a_png(tmp_path):
     assert data.startswith(b"\x89PNG\r\n\x1a\n") and len(data) > 10_000
 
 
-@pytest.mark.parametrize("suffix", [".vtu", ".msh"])
-def test_meshio_example_round_trips_points_cells_and_sizes(tmp_path, suffix):
+def helix(nodes=150):
+    t = np.linspace(0.0, 4.0 * np.pi, nodes)
+    return np.column_stack([np.cos(t), np.sin(t), 0.1 * t]), np.full(nodes, 0.3)
+
+
+@pytest.mark.parametrize("suffix, dim", [(".vtu", 2), (".msh", 2), (".vtu", 3)])
+def test_meshio_example_round_trips_points_cells_and_sizes(tmp_path, suffix, dim):
     pytest.importorskip("meshio")
     import write_mesh
 
-    points, sizes = write_mesh.sample_curve()
+    points, sizes = write_mesh.sample_curve() if dim == 2 else helix()
     mesh = write_mesh.chain_mesh(points, sizes)
     # The mesh is the chain: its nodes are mesh_curve's, padded with z = 0, joined in order.
     chain = tessora1d.mesh_curve(points, sizes=sizes)
-    assert np.array_equal(mesh.points[:, :2], chain) and not mesh.points[:, 2].any()
+    assert np.array_equal(mesh.points[:, :dim], chain) and not mesh.points[:, dim:].any()
     cells = mesh.cells[0].data
     assert np.array_equal(cells, np.column_stack([np.arange(len(chain) - 1), np.arange(1, len(chain))]))
 
