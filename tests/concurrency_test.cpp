@@ -24,6 +24,7 @@ namespace {
 
 constexpr unsigned kThreads = 4;
 constexpr unsigned kNodes = 24;
+constexpr unsigned kRounds = 20000; // views taken per thread: enough for lost updates to show
 
 // Read-only inputs shared by every thread. Several are views into one larger storage block, so
 // that every thread's copies of them touch the same reference count.
@@ -196,14 +197,14 @@ TEST(Concurrency, ViewsOfOneStorageTakenAndDroppedOnManyThreadsCountEveryReferen
         threads.emplace_back([&, t] {
             ++started;
             double sum = 0.0;
-            for (unsigned i = 0; i < 2000; ++i) {
+            for (unsigned i = 0; i < kRounds; ++i) {
                 const dense2D<double> view = owner.sub_matrix(i % 3, t, 1, 8);
                 const dense1D<double> column = view.as_vector();
                 dense2D<double> copy = view;
                 copy.shallow_copy(owner);
                 sum += column[0] + copy(2, 63);
             }
-            EXPECT_EQ(sum, 2000 * 3.0);
+            EXPECT_EQ(sum, kRounds * 3.0);
         });
     for (std::thread& th : threads) th.join();
     EXPECT_EQ(started.load(), kThreads);
