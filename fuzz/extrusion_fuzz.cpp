@@ -95,7 +95,7 @@ void extrude(input& in) {
     else if (sized && rc == -3) FUZZ_CHECK(arc == 0.0 || arc < 1e-290 || std::isnan(arc)); // the worker's own rounding
     else if (from_point && fail >= 0 && (rc == -1 || rc == -2)) { /* no memory for the start column */ }
     else if (sized && arc > 1e-290 && !(h0 > 0.0) && !std::isnan(h0)) FUZZ_CHECK(rc == h0_code);
-    else if (sized && arc > 1e-290 && !std::isnan(h0) && !(h1 > 0.0) && !std::isnan(h1)) FUZZ_CHECK(rc == h0_code - 1);
+    else if (sized && arc > 1e-290 && !(h1 > 0.0) && !std::isnan(h1)) FUZZ_CHECK(rc == h0_code - 1); // NaN h0 passes
     else if (!sized || (arc > 1e-290 && std::isfinite(arc))) FUZZ_CHECK(rc == 0 || rc == -199);
     if (!rotate) FUZZ_CHECK(rc != -6);
     else FUZZ_CHECK(rc != -4);
@@ -120,7 +120,7 @@ void extrude(input& in) {
     else {
         FUZZ_CHECK(count == 1 || !even || count % 2 == 0);
         const double L = arc / log_mean(h0, h1);
-        if (std::isfinite(L) && L < 1e6) {
+        if (std::isfinite(h0) && std::isfinite(h1) && std::isfinite(L) && L < 1e6) {
             FUZZ_CHECK(count + 0.0 >= std::floor(L * (1 - 1e-6)) && count + 0.0 <= std::ceil(L * (1 + 1e-6)) + 2.0);
         } else if (L >= 4294967296.0 && std::isfinite(L)) {
             FUZZ_CHECK(false); // a count past 32 bits cannot be stored: it must have been refused
@@ -132,7 +132,8 @@ void extrude(input& in) {
     for (unsigned k = 0; k < D; ++k) finite = finite && std::isfinite(V[k]) && std::fabs(V[k]) < 1e100;
     for (unsigned k = 0; k < D; ++k) finite = finite && std::isfinite(C[k]) && std::fabs(C[k]) < 1e100;
     finite = finite && std::isfinite(angle) && std::fabs(angle) < 1e6;
-    if (!finite || (sized && !(std::isfinite(h0) && std::isfinite(h1)))) return;
+    // A size ratio past the double range has no finite progression (the node is NaN).
+    if (!finite || (sized && !(std::isfinite(h0 / h1) && std::isfinite(h1 / h0)))) return;
     const double radius = norm<D>(R);
     for (unsigned i = 0; i < count; ++i) {
         const double* p = &X(0, columns + i);
