@@ -119,8 +119,9 @@ void extrude(input& in) {
     if (!sized) FUZZ_CHECK(count == n);
     else {
         FUZZ_CHECK(count == 1 || !even || count % 2 == 0);
-        const double L = arc / log_mean(h0, h1);
-        if (std::isfinite(h0) && std::isfinite(h1) && std::isfinite(L) && L < 1e6) {
+        // With a NaN size the metric length is NaN and one element is made.
+        const double L = std::isfinite(h0) && std::isfinite(h1) ? arc / log_mean(h0, h1) : NAN;
+        if (std::isfinite(L) && L < 1e6) {
             FUZZ_CHECK(count + 0.0 >= std::floor(L * (1 - 1e-6)) && count + 0.0 <= std::ceil(L * (1 + 1e-6)) + 2.0);
         } else if (L >= 4294967296.0 && std::isfinite(L)) {
             FUZZ_CHECK(false); // a count past 32 bits cannot be stored: it must have been refused
