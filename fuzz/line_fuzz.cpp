@@ -228,9 +228,10 @@ void straight_case(input& in) {
     dense1D<unsigned> nodes = chain;
     if (form == 3 || form == 5) nodes = dense1D<unsigned>{a, b};
     if (form == 4) nodes = dense1D<unsigned>{a, b, d};
-    FUZZ_CHECK(out0.prefix_of(out));
-    // A local list that could not be built is not reported: the call may then do nothing.
+    // A local list that could not be built is not reported: the call may then do nothing, and
+    // its drop of each segment's end node may then reach the former content.
     if (fail >= 0) return;
+    FUZZ_CHECK(out0.prefix_of(out));
     unsigned next_new = X0.cols, entry = 0;
     for (unsigned k = out0.v.size(); k < out.size(); ++k) {
         if (entry < nodes.size() && out[k] == nodes[entry]) ++entry;

@@ -104,7 +104,9 @@ void subdivide_case(input& in) {
     std::vector<double> X, H;
     for (unsigned c : chain) X.push_back(x0.v[c]), H.push_back(h0.v[c]);
     const double S = support_length(X, H);
-    if (fail < 0 && nmax <= 100000 && std::isfinite(S)) {
+    bool sizes_ok = true;
+    for (double v : H) sizes_ok = sizes_ok && std::isfinite(v);
+    if (fail < 0 && nmax <= 100000 && sizes_ok && std::isfinite(S)) {
         const double whole = std::floor(S * (1.0 - 1e-6));
         const unsigned lower = whole >= double(nmax) ? nmax : static_cast<unsigned>(whole);
         FUZZ_CHECK(K >= std::max(lower, nmin));
