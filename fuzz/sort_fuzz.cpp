@@ -115,7 +115,7 @@ void subdivide_case(input& in) {
     double xlo = X[0], xhi = X[0], hlo = H[0], hhi = H[0];
     for (size_t k = 1; k < X.size(); ++k)
         xlo = std::min(xlo, X[k]), xhi = std::max(xhi, X[k]), hlo = std::min(hlo, H[k]), hhi = std::max(hhi, H[k]);
-    const bool finite = std::isfinite(xlo) && std::isfinite(xhi) && std::isfinite(hlo) && std::isfinite(hhi) &&
+    const bool finite = sizes_ok && std::isfinite(xlo) && std::isfinite(xhi) && std::isfinite(hlo) && std::isfinite(hhi) &&
                         std::isfinite(S) && hlo > 0.0;
     for (unsigned k = 0; finite && k < added; ++k) {
         const double tol = 1e-9 * (std::fabs(xlo) + std::fabs(xhi)) + 1e-300;
