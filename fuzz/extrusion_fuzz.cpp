@@ -27,11 +27,6 @@ double norm(const double* v) {
     return std::sqrt(s);
 }
 
-double log_mean(double h0, double h1) {
-    const double lo = std::min(h0, h1), hi = std::max(h0, h1);
-    return hi > lo ? (hi - lo) / std::log(hi / lo) : lo;
-}
-
 template <unsigned D>
 void extrude(input& in) {
     const bool rotate = in.flag(), from_point = in.flag(), sized = in.flag(), ordinary = in.small(3) != 0;

@@ -184,6 +184,15 @@ bool kept_columns(const snapshot<T>& before, const vx4::dense2D<T>& now) {
     return true;
 }
 
+// Mean size of an edge whose size varies linearly from h0 to h1, computed independently of
+// the library (log1p, and its first terms for nearly equal sizes, where the logarithm cancels).
+inline double log_mean(double h0, double h1) {
+    const double lo = h0 < h1 ? h0 : h1, hi = h0 < h1 ? h1 : h0;
+    const double d = (hi - lo) / lo;
+    if (!(d >= 1e-6)) return lo * (1.0 + d / 2.0);
+    return (hi - lo) / std::log1p(d);
+}
+
 inline bool is_code(int rc, std::initializer_list<int> allowed) {
     for (int a : allowed)
         if (rc == a) return true;

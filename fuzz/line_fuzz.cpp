@@ -13,11 +13,6 @@ using namespace vx4fuzz;
 
 namespace {
 
-double log_mean(double h0, double h1) {
-    const double lo = std::min(h0, h1), hi = std::max(h0, h1);
-    return hi > lo ? (hi - lo) / std::log(hi / lo) : lo;
-}
-
 double distance(const snapshot<double>& X, unsigned a, unsigned b) {
     double s = 0.0;
     for (unsigned r = 0; r < X.rows; ++r) {

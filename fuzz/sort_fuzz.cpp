@@ -48,8 +48,7 @@ void sort_case(input& in) {
 double support_length(const std::vector<double>& X, const std::vector<double>& H) {
     double S = 0.0;
     for (size_t k = 1; k < X.size(); ++k) {
-        const double lo = std::min(H[k - 1], H[k]), hi = std::max(H[k - 1], H[k]);
-        const double M = hi > lo ? (hi - lo) / std::log(hi / lo) : lo;
+        const double M = log_mean(H[k - 1], H[k]);
         if (M > 0.0) S += std::fabs(X[k] - X[k - 1]) / M;
     }
     return S;
