@@ -104,7 +104,7 @@ void subdivide_case(input& in) {
     for (unsigned c : chain) X.push_back(x0.v[c]), H.push_back(h0.v[c]);
     const double S = support_length(X, H);
     bool sizes_ok = true;
-    for (double v : H) sizes_ok = sizes_ok && std::isfinite(v);
+    for (double v : H) sizes_ok = sizes_ok && std::isfinite(v) && v > 0.0; // a size that is no size counts 0
     if (fail < 0 && nmax <= 100000 && sizes_ok && std::isfinite(S)) {
         const double whole = std::floor(S * (1.0 - 1e-6));
         const unsigned lower = whole >= double(nmax) ? nmax : static_cast<unsigned>(whole);
