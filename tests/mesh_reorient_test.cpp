@@ -47,3 +47,15 @@ TEST(MeshReorient, RefusesBadInputAndMismatchedNeighbours) {
     EXPECT_EQ(mesh_reorient(m.c, m.n, 0, 1), 0);
     EXPECT_EQ(m.c(0, 1), 2u);
 }
+
+TEST(MeshReorient, NoneMarkerAsANodeIndexIsRefusedAndNothingTurned) {
+    // Without a node count every index must still lie below the no-bound value, which is the
+    // neighbour matrices' "none" marker and never a node.
+    mesh m{0, 1, 2, 1};
+    m.c(1, 1) = 4294967295u;
+    const auto before = vx4test::entries(m.c);
+    EXPECT_EQ(mesh_reorient(m.c, m.n, 0, 1), -1);
+    EXPECT_EQ(vx4test::entries(m.c), before);
+    m.c(1, 1) = 4294967294u; // the largest index that can name a node passes the check
+    EXPECT_NE(mesh_reorient(m.c, m.n, 0, 1), -1);
+}

@@ -25,6 +25,10 @@ TEST(CheckIDs, BoundsEveryEntryOfEveryEdgeColumn) {
     EXPECT_TRUE(vx4::tessora::check_IDs(dense2D<unsigned>(), vx4::edge2, 0));
     // An edge connectivity with a single row cannot be read through its end rows.
     EXPECT_FALSE(vx4::tessora::check_IDs(columns<unsigned>(1, {0, 1}), vx4::edge2, none));
+    // The no-bound count is still a bound: its own value (the "none" marker) is refused.
+    EXPECT_FALSE(vx4::tessora::check_IDs(columns<unsigned>(2, {0, none}), vx4::edge2, none));
+    EXPECT_TRUE(vx4::tessora::check_IDs(columns<unsigned>(2, {0, none - 1}), vx4::edge2, none));
+    EXPECT_FALSE(vx4::tessora::check_IDs(dense1D<unsigned>{3, none}, none));
 }
 
 TEST(GetNeighbors, LinksChainsAndLoopsAcrossEndAndStartNodes) {

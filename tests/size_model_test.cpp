@@ -42,6 +42,20 @@ TEST(SegmentCount, RoundsAtTheGeometricMean) {
     EXPECT_EQ(segment_count(std::nan(""), 1), 0u);
 }
 
+TEST(SegmentCount, CountPastThe32BitRangeSaturatesAtTheLargestMultipleOfTheStep) {
+    constexpr unsigned most = 4294967295u;
+    EXPECT_EQ(segment_count(1e10, 1), most);
+    EXPECT_EQ(segment_count(1e10, 2), most - 1);
+    EXPECT_EQ(segment_count(1e300, 3), most);  // 4294967295 is a multiple of 3
+    EXPECT_EQ(segment_count(HUGE_VAL, 1), most);
+    // Just below 2^32 the larger candidate itself would wrap to 0.
+    EXPECT_EQ(segment_count(4294967295.5, 1), most);
+    EXPECT_EQ(segment_count(4294967294.5, 2), most - 1);
+    // Below that both candidates fit and the (wrapped) rounding is unchanged.
+    EXPECT_EQ(segment_count(4294967293.0, 2), most - 1);
+    EXPECT_EQ(segment_count(4294967294.0, 1), most);
+}
+
 TEST(SegmentCount, ProductIsFormedIn32Bits) {
     // k1 = 70000, k2 = 70001: their product wraps, so the threshold is far below the length.
     const unsigned wrapped = 70000u * 70001u;

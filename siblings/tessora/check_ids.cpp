@@ -1,13 +1,9 @@
 #include <vx4/tessora.h>
 
-#include <limits>
-
 namespace vx4 {
 namespace tessora {
 
 namespace {
-
-constexpr unsigned no_bound = std::numeric_limits<unsigned>::max();
 
 bool is_edge_kind(element_type kind) { return kind == edge2 || kind == edge3; }
 
@@ -17,7 +13,8 @@ bool check_IDs(const dense2D<unsigned>& connectivity, element_type kind, unsigne
     if (connectivity.empty()) return true;
     // Edge kinds are read through rows 0 and 1 by every caller.
     if (is_edge_kind(kind) && connectivity.rows() < 2) return false;
-    if (n == no_bound) return true;
+    // No shortcut for the no-bound count: its own value is the neighbours' "none" marker and
+    // is never a node, so "every index below n" is checked literally.
     for (unsigned j = 0; j < connectivity.cols(); ++j)
         for (unsigned i = 0; i < connectivity.rows(); ++i)
             if (connectivity(i, j) >= n) return false;
@@ -25,7 +22,6 @@ bool check_IDs(const dense2D<unsigned>& connectivity, element_type kind, unsigne
 }
 
 bool check_IDs(const dense1D<unsigned>& indices, unsigned n) {
-    if (n == no_bound) return true;
     for (unsigned k = 0; k < indices.size(); ++k)
         if (indices[k] >= n) return false;
     return true;

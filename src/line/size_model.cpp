@@ -1,6 +1,7 @@
 #include "line/size_model.h"
 
 #include <cmath>
+#include <limits>
 
 namespace vx4 {
 namespace tessora1d {
@@ -36,9 +37,15 @@ double metric_length_1d(double a, double h0, double h1, bool quality) {
 }
 
 unsigned segment_count(double length, unsigned step) {
+    // A zero step gives a non-finite quotient: no segment.
+    if (step == 0) return 0;
     const double q = length / static_cast<double>(step);
-    // The quotient is truncated; a non-finite one (step 0) counts as no segment.
-    const unsigned whole = (q >= 0.0 && q < 4294967296.0) ? static_cast<unsigned>(q) : 0u;
+    // A count whose next candidate would not fit 32 bits saturates at the largest multiple of
+    // step, so that the callers' clamps and allocation checks still see a huge count.
+    const unsigned most_steps = std::numeric_limits<unsigned>::max() / step;
+    if (q >= static_cast<double>(most_steps)) return most_steps * step;
+    // The quotient is truncated; a negative or NaN one counts as no whole step.
+    const unsigned whole = q >= 0.0 ? static_cast<unsigned>(q) : 0u;
     const unsigned k1 = whole * step;
     const unsigned k2 = k1 + step;
     const unsigned product = k1 * k2; // deliberately 32-bit; wraps only above 65535 segments
