@@ -50,45 +50,50 @@ enum class field { iso, aniso };
 // The benchmark curves: a sine in the plane, a helix in space, with a size that swells and
 // shrinks along them and (anisotropic) a metric whose frame turns with the abscissa.
 struct curve {
-    unsigned dim;
     dense2D<double> pos;
     dense1D<unsigned> indices;
     dense1D<double> params, sizes;
     dense2D<double> metrics;
 
-    curve(unsigned d, unsigned n, double scale) : dim(d), pos(d, n), indices(n), params(n), sizes(n) {
-        metrics = dense2D<double>(d == 2 ? 3 : 6, n);
+    curve(unsigned d, unsigned n, double scale) : pos(d, n), indices(n), params(n), sizes(n), metrics(d == 2 ? 3 : 6, n, 0.0) {
         for (unsigned i = 0; i < n; ++i) {
-            const double x = 10.0 * i / (n - 1);
-            if (d == 2) {
-                pos(0, i) = x;
-                pos(1, i) = 0.2 * std::sin(6.0 * kPi * x);
-            } else {
-                pos(0, i) = 0.2 * std::cos(6.0 * kPi * x);
-                pos(1, i) = 0.2 * std::sin(6.0 * kPi * x);
-                pos(2, i) = x;
-            }
+            const double x = 10.0 * i / (n - 1), w = 0.2 * std::cos(6.0 * kPi * x), v = 0.2 * std::sin(6.0 * kPi * x);
+            if (d == 2) pos(0, i) = x, pos(1, i) = v;
+            else pos(0, i) = w, pos(1, i) = v, pos(2, i) = x;
             indices[i] = i;
             params[i] = std::pow(i / (n - 1.0), 1.1);
             const double h = scale * (0.01 + 0.04 * (0.5 + 0.5 * std::cos(2.0 * kPi * x / 10.0)));
             sizes[i] = h;
             const double c = std::cos(x), s = std::sin(x), a = 1.0 / (h * h), b = 1.0 / (16.0 * h * h);
-            if (d == 2) {
-                metrics(0, i) = a * c * c + b * s * s;
-                metrics(1, i) = (a - b) * c * s;
-                metrics(2, i) = a * s * s + b * c * c;
-            } else {
-                const double e = 1.0 / (4.0 * h * h);
-                metrics(0, i) = a * c * c + b * s * s;
-                metrics(1, i) = (a - b) * c * s;
-                metrics(2, i) = a * s * s + b * c * c;
-                metrics(3, i) = 0.0;
-                metrics(4, i) = 0.0;
-                metrics(5, i) = e;
-            }
+            metrics(0, i) = a * c * c + b * s * s;
+            metrics(1, i) = (a - b) * c * s;
+            metrics(2, i) = a * s * s + b * c * c;
+            if (d == 3) metrics(5, i) = 1.0 / (4.0 * h * h);
         }
     }
 };
+
+// Runs `call(field, out_field)` with the curve's sizes (output sizes starting as `out_sizes`) or
+// metrics, and hashes the output field, the code, the deviation if any, the coordinates and the chain.
+template <class Call>
+void hash_call(output_hash& h, field kind, const curve& c, const dense1D<unsigned>& out,
+               const dense1D<double>& out_params, dense1D<double> out_sizes, const double* deviation, Call call) {
+    int rc;
+    if (kind == field::iso) {
+        rc = call(c.sizes, out_sizes);
+        h.add(out_sizes);
+    } else {
+        dense2D<double> out_metrics;
+        rc = call(c.metrics, out_metrics);
+        h.add(out_metrics);
+    }
+    EXPECT_EQ(rc, 0);
+    h.add(rc);
+    if (deviation) h.add(*deviation);
+    h.add(c.pos);
+    h.add(out);
+    h.add(out_params);
+}
 
 // Both families of overloads on one curve: with and without parameters, plain, refined
 // (chordal > 0) and curvature-limited (chordal < 0), even and odd.
@@ -100,27 +105,12 @@ std::uint64_t hash_line(unsigned dim, field kind, unsigned n, double scale) {
                 curve c(dim, n, scale);
                 dense1D<unsigned> out{7};
                 dense1D<double> out_params;
-                int rc;
-                if (kind == field::iso) {
-                    dense1D<double> out_sizes{0.5};
-                    rc = with_params ? mesh_line(c.pos, c.indices, c.params, c.sizes, even, 1, kNoBound, chordal,
-                                                 0.001, out, out_params, out_sizes)
-                                     : mesh_line(c.pos, c.indices, c.sizes, even, 1, kNoBound, chordal, 0.001, out,
-                                                 out_params, out_sizes);
-                    h.add(out_sizes);
-                } else {
-                    dense2D<double> out_metrics;
-                    rc = with_params ? mesh_line(c.pos, c.indices, c.params, c.metrics, even, 1, kNoBound, chordal,
-                                                 0.001, out, out_params, out_metrics)
-                                     : mesh_line(c.pos, c.indices, c.metrics, even, 1, kNoBound, chordal, 0.001, out,
-                                                 out_params, out_metrics);
-                    h.add(out_metrics);
-                }
-                EXPECT_EQ(rc, 0);
-                h.add(rc);
-                h.add(c.pos);
-                h.add(out);
-                h.add(out_params);
+                hash_call(h, kind, c, out, out_params, {0.5}, nullptr, [&](const auto& f, auto& of) {
+                    return with_params ? mesh_line(c.pos, c.indices, c.params, f, even, 1, kNoBound, chordal, 0.001,
+                                                   out, out_params, of)
+                                       : mesh_line(c.pos, c.indices, f, even, 1, kNoBound, chordal, 0.001, out,
+                                                   out_params, of);
+                });
             }
     return h.value();
 }
@@ -135,24 +125,10 @@ std::uint64_t hash_spline(unsigned dim, field kind) {
             dense1D<unsigned> out;
             dense1D<double> out_params;
             double deviation = 0.0;
-            int rc;
-            if (kind == field::iso) {
-                dense1D<double> out_sizes;
-                rc = mesh_spline(c.pos, c.indices, c.sizes, false, 1, kNoBound, chordal, 0.002, 0.05, gradation, out,
-                                 out_params, out_sizes, deviation);
-                h.add(out_sizes);
-            } else {
-                dense2D<double> out_metrics;
-                rc = mesh_spline(c.pos, c.indices, c.metrics, false, 1, kNoBound, chordal, 0.002, 0.05, gradation,
-                                 out, out_params, out_metrics, deviation);
-                h.add(out_metrics);
-            }
-            EXPECT_EQ(rc, 0);
-            h.add(rc);
-            h.add(deviation);
-            h.add(c.pos);
-            h.add(out);
-            h.add(out_params);
+            hash_call(h, kind, c, out, out_params, {}, &deviation, [&](const auto& f, auto& of) {
+                return mesh_spline(c.pos, c.indices, f, false, 1, kNoBound, chordal, 0.002, 0.05, gradation, out,
+                                   out_params, of, deviation);
+            });
         }
     return h.value();
 }
@@ -174,21 +150,9 @@ std::uint64_t hash_zigzag(unsigned dim, field kind) {
         }
         dense1D<unsigned> out;
         dense1D<double> out_params;
-        int rc;
-        if (kind == field::iso) {
-            dense1D<double> out_sizes;
-            rc = mesh_line(c.pos, c.indices, c.sizes, even, 1, kNoBound, 0.0, 0.0, out, out_params, out_sizes);
-            h.add(out_sizes);
-        } else {
-            dense2D<double> out_metrics;
-            rc = mesh_line(c.pos, c.indices, c.metrics, even, 1, kNoBound, 0.0, 0.0, out, out_params, out_metrics);
-            h.add(out_metrics);
-        }
-        EXPECT_EQ(rc, 0);
-        h.add(rc);
-        h.add(c.pos);
-        h.add(out);
-        h.add(out_params);
+        hash_call(h, kind, c, out, out_params, {}, nullptr, [&](const auto& f, auto& of) {
+            return mesh_line(c.pos, c.indices, f, even, 1, kNoBound, 0.0, 0.0, out, out_params, of);
+        });
     }
     return h.value();
 }
@@ -201,34 +165,25 @@ constexpr double kCoarseScale = 25.0, kDenseOutputScale = 0.02;
 
 } // namespace
 
-TEST(OutputHash, DenseInputLinesKeepEveryBit) {
-    EXPECT_EQ(hash_line(2, field::iso, kDenseInput, 1.0), 4436986200360483112ull);
-    EXPECT_EQ(hash_line(3, field::iso, kDenseInput, 1.0), 12070325914309246920ull);
-    EXPECT_EQ(hash_line(2, field::aniso, kDenseInput, 1.0), 13821717820420778759ull);
-    EXPECT_EQ(hash_line(3, field::aniso, kDenseInput, 1.0), 1222528967834233080ull);
-    EXPECT_EQ(hash_line(2, field::iso, kDenseInput, kCoarseScale), 633040051071451305ull);
-    EXPECT_EQ(hash_line(3, field::iso, kDenseInput, kCoarseScale), 566046400752037689ull);
-    EXPECT_EQ(hash_line(2, field::aniso, kDenseInput, kCoarseScale), 166409295179902902ull);
-    EXPECT_EQ(hash_line(3, field::aniso, kDenseInput, kCoarseScale), 1760005855048057739ull);
-}
-
-TEST(OutputHash, DenseOutputLinesKeepEveryBit) {
-    EXPECT_EQ(hash_line(2, field::iso, kDenseOutput, kDenseOutputScale), 7286177365089041628ull);
-    EXPECT_EQ(hash_line(3, field::iso, kDenseOutput, kDenseOutputScale), 7679250411838289802ull);
-    EXPECT_EQ(hash_line(2, field::aniso, kDenseOutput, kDenseOutputScale), 14039331425967510192ull);
-    EXPECT_EQ(hash_line(3, field::aniso, kDenseOutput, kDenseOutputScale), 7476024456711220664ull);
-}
-
-TEST(OutputHash, SplinesKeepEveryBit) {
-    EXPECT_EQ(hash_spline(2, field::iso), 4701264362434824623ull);
-    EXPECT_EQ(hash_spline(3, field::iso), 13339690967690855254ull);
-    EXPECT_EQ(hash_spline(2, field::aniso), 12464154493380870016ull);
-    EXPECT_EQ(hash_spline(3, field::aniso), 12824381499238782337ull);
-}
-
-TEST(OutputHash, CollapsingPassesKeepEveryBit) {
-    EXPECT_EQ(hash_zigzag(2, field::iso), 1527723422276027600ull);
-    EXPECT_EQ(hash_zigzag(3, field::iso), 9895463846714291091ull);
-    EXPECT_EQ(hash_zigzag(2, field::aniso), 17044272128780787498ull);
-    EXPECT_EQ(hash_zigzag(3, field::aniso), 43901503668282410ull);
+TEST(OutputHash, LinesSplinesAndCollapsingPassesKeepEveryBit) {
+    // Dimension, field and the hash of each workload: dense input, dense input under coarse
+    // sizes, dense output, spline, zigzag.
+    const struct { unsigned dim; field kind; std::uint64_t input, coarse, output, spline, zigzag; } cases[] = {
+        {2, field::iso, 4436986200360483112ull, 633040051071451305ull, 7286177365089041628ull,
+         4701264362434824623ull, 1527723422276027600ull},
+        {3, field::iso, 12070325914309246920ull, 566046400752037689ull, 7679250411838289802ull,
+         13339690967690855254ull, 9895463846714291091ull},
+        {2, field::aniso, 13821717820420778759ull, 166409295179902902ull, 14039331425967510192ull,
+         12464154493380870016ull, 17044272128780787498ull},
+        {3, field::aniso, 1222528967834233080ull, 1760005855048057739ull, 7476024456711220664ull,
+         12824381499238782337ull, 43901503668282410ull},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.dim << "-D " << (c.kind == field::iso ? "iso" : "aniso"));
+        EXPECT_EQ(hash_line(c.dim, c.kind, kDenseInput, 1.0), c.input);
+        EXPECT_EQ(hash_line(c.dim, c.kind, kDenseInput, kCoarseScale), c.coarse);
+        EXPECT_EQ(hash_line(c.dim, c.kind, kDenseOutput, kDenseOutputScale), c.output);
+        EXPECT_EQ(hash_spline(c.dim, c.kind), c.spline);
+        EXPECT_EQ(hash_zigzag(c.dim, c.kind), c.zigzag);
+    }
 }
