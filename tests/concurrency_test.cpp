@@ -45,10 +45,8 @@ struct shared_inputs {
             store(3, j) = 0.2 * j;
             size_store[j + 2] = 0.1 + 0.01 * j;
             const double h = 0.2 + 0.005 * j, k = 0.4 - 0.004 * j;
-            const double m2[3] = {1 / (h * h), 0.3, 1 / (k * k)};
-            for (unsigned r = 0; r < 3; ++r) metrics2(r, j) = m2[r];
-            const double m3[6] = {1 / (h * h), 0.1, 1 / (k * k), 0.0, 0.2, 1 / (h * k)};
-            for (unsigned r = 0; r < 6; ++r) metrics3(r, j) = m3[r];
+            const double m[9] = {1 / (h * h), 0.3, 1 / (k * k), 1 / (h * h), 0.1, 1 / (k * k), 0.0, 0.2, 1 / (h * k)};
+            for (unsigned r = 0; r < 9; ++r) (r < 3 ? metrics2(r, j) : metrics3(r - 3, j)) = m[r];
         }
         coords2 = store.sub_matrix(0, 0, 2, kNodes);
         coords3 = store.sub_matrix(1, 0, 3, kNodes);
@@ -74,6 +72,8 @@ struct digest {
         v.push_back(m.rows());
         for (const T& x : vx4test::entries(m)) v.push_back(static_cast<double>(x));
     }
+    template <class... A>
+    void add(int rc, const A&... a) { add(rc), (add(a), ...); } // a call's code, then its outputs
     bool operator==(const digest& o) const {
         // Bitwise, so a NaN produced the same way compares equal.
         return v.size() == o.v.size() && std::memcmp(v.data(), o.v.data(), v.size() * sizeof(double)) == 0;
@@ -90,25 +90,20 @@ digest mesh_every_family(const shared_inputs& in) {
     dense2D<double> om;
 
     X.copy(coords2);
-    d.add(mesh_line(X, in.chain, in.params, in.sizes, false, 1, 500, 0.0, 0.0, out, op, os));
-    d.add(out), d.add(op), d.add(os), d.add(X);
+    d.add(mesh_line(X, in.chain, in.params, in.sizes, false, 1, 500, 0.0, 0.0, out, op, os), out, op, os, X);
     X.copy(coords3), out.resize(0), om.clear();
-    d.add(mesh_line(X, in.chain, in.metrics3, true, 2, 500, 1e-3, 0.0, out, op, om));
-    d.add(out), d.add(om), d.add(X);
+    d.add(mesh_line(X, in.chain, in.metrics3, true, 2, 500, 1e-3, 0.0, out, op, om), out, om, X);
     X.copy(coords2), out.resize(0), om.clear();
-    d.add(mesh_line(X, in.chain, in.metrics2, false, 1, 500, -0.05, 0.01, out, op, om));
-    d.add(out), d.add(om);
+    d.add(mesh_line(X, in.chain, in.metrics2, false, 1, 500, -0.05, 0.01, out, op, om), out, om);
     X.copy(coords3), out.resize(0);
-    d.add(mesh_straight(X, in.chain.sub_vector(0, 4), in.sizes, false, out));
-    d.add(out), d.add(X);
+    d.add(mesh_straight(X, in.chain.sub_vector(0, 4), in.sizes, false, out), out, X);
 
     double deviation = 0.0;
     X.copy(coords2), out.resize(0), om.clear();
-    d.add(mesh_spline(X, in.chain, in.metrics2, false, 1, 1000, 1e-3, 0.01, 0.0, 1.3, out, op, om, deviation));
-    d.add(out), d.add(om), d.add(X), d.v.push_back(deviation);
+    d.add(mesh_spline(X, in.chain, in.metrics2, false, 1, 1000, 1e-3, 0.01, 0.0, 1.3, out, op, om, deviation), out, om, X);
+    d.v.push_back(deviation);
     X.copy(coords3), out.resize(0), os.resize(0);
-    d.add(mesh_spline(X, in.chain, in.sizes, true, 2, 1000, -0.01, 0.0, 0.5, 1.5, out, op, os, deviation));
-    d.add(out), d.add(os), d.add(X);
+    d.add(mesh_spline(X, in.chain, in.sizes, true, 2, 1000, -0.01, 0.0, 0.5, 1.5, out, op, os, deviation), out, os, X);
     vector_fixed<double, 3> p3;
     d.add(spline_point(coords3, 2, 3, 4, 5, 0.3, p3));
     d.v.insert(d.v.end(), {p3[0], p3[1], p3[2]});
@@ -116,14 +111,12 @@ digest mesh_every_family(const shared_inputs& in) {
     X.copy(coords3), out.resize(0);
     d.add(extrude_translate(X, 3u, vector_fixed<double, 3>{{1, 2, 2}}, 0.1, 0.4, true, out));
     d.add(extrude_rotate(X, 5u, vector_fixed<double, 3>{{0, 0, 0}}, vector_fixed<double, 3>{{0.3, 0, 1.2}}, 0.2, 0.2,
-                         false, out));
-    d.add(out), d.add(X);
+                         false, out), out, X);
 
     dense2D<unsigned> connect, high, neighbors;
     d.add(indices_to_connectE2(in.chain, connect));
     X.copy(coords2);
-    d.add(convert_into_high_order(X, connect, 2, high));
-    d.add(high), d.add(X);
+    d.add(convert_into_high_order(X, connect, 2, high), high, X);
     flip(connect);
     vx4::tessora::get_neighbors(connect, edge2, false, neighbors);
     for (unsigned e = 0; e < connect.cols(); e += 3) std::swap(connect(0, e), connect(1, e));
@@ -134,34 +127,24 @@ digest mesh_every_family(const shared_inputs& in) {
     d.add(length(coords3, in.chain, len));
     d.v.push_back(len);
     reals curv;
-    d.add(curvatures(coords3, in.chain, curv));
-    d.add(curv);
     dense2D<double> nrm;
-    d.add(normals(coords2, connect, 1.0, true, nrm));
-    d.add(nrm);
-    d.add(parametric_curvatures(in.params, connect, coords3, curv));
-    d.add(curv);
+    d.add(curvatures(coords3, in.chain, curv), curv);
+    d.add(normals(coords2, connect, 1.0, true, nrm), nrm);
+    d.add(parametric_curvatures(in.params, connect, coords3, curv), curv);
 
     reals queries{0.0, 0.13, 0.5, 0.77, 1.0}, qs;
-    dense2D<double> qm;
-    d.add(interpolate_metrics(in.params, in.sizes, queries, qs));
-    d.add(qs);
-    d.add(interpolate_metrics(in.params, in.metrics2, queries, qm));
-    d.add(qm);
-    d.add(interpolate_metrics(in.params, in.metrics3, queries, qm)); // eigen-solver path
-    d.add(qm);
-    dense2D<double> gen2, gen3;
+    dense2D<double> qm, gen2, gen3;
+    d.add(interpolate_metrics(in.params, in.sizes, queries, qs), qs);
+    d.add(interpolate_metrics(in.params, in.metrics2, queries, qm), qm);
+    d.add(interpolate_metrics(in.params, in.metrics3, queries, qm), qm); // eigen-solver path
     d.add(metrics_gen_aniso2d(coords2, connect, -0.5, gen2));
-    d.add(metrics_gen_aniso3d(coords3, connect, 0.3, 0.6, gen3));
-    d.add(gen2), d.add(gen3);
+    d.add(metrics_gen_aniso3d(coords3, connect, 0.3, 0.6, gen3), gen2, gen3);
 
     reals values{0.4, 0.1, 0.4, -2.0}, x, h;
     ids order{3, 1, 2, 0};
-    d.add(sort(values, order));
-    d.add(values), d.add(order);
+    d.add(sort(values, order), values, order);
     x.copy(in.params), h.copy(in.sizes), out.resize(0);
-    d.add(subdivide(x, h, in.chain, true, true, 1, 200, out));
-    d.add(out), d.add(x), d.add(h);
+    d.add(subdivide(x, h, in.chain, true, true, 1, 200, out), out, x, h);
     return d;
 }
 

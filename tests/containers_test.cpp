@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <vector>
 
 using vx4::dense1D;
@@ -44,26 +43,12 @@ TEST(Dense1D, PushBackDoublesCapacityAndGrowsThroughAView) {
     EXPECT_EQ(base[3], 9.0);
 }
 
-TEST(Dense1D, ReferenceCountsSurviveConcurrentViews) {
-    dense1D<double> shared(64, 1.0);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&shared] {
-            for (int k = 0; k < 20000; ++k) (void)shared.sub_vector(1, 10);
-        });
-    for (std::thread& t : threads) t.join();
-    EXPECT_EQ(shared.storage()->use_count(), 1);
-}
-
 TEST(Dense2D, ResizeKeepsTheLeadingEntriesOfEveryColumn) {
     dense2D<unsigned> wide = vx4test::columns<unsigned>(2, {1, 2, 3, 4});
-    ASSERT_TRUE(wide.resize(2, 5, 9u));
-    EXPECT_EQ(wide(1, 1), 4u);
-    EXPECT_EQ(wide(0, 4), 9u);
     dense2D<unsigned> tall = vx4test::columns<unsigned>(4, {1, 2, 3, 4, 5, 6, 7, 8});
-    ASSERT_TRUE(tall.resize(2, 2));
-    EXPECT_EQ(tall(0, 1), 5u);
-    EXPECT_EQ(tall(1, 1), 6u);
+    ASSERT_TRUE(wide.resize(2, 5, 9u) && tall.resize(2, 2));
+    EXPECT_EQ(vx4test::entries(wide), (std::vector<unsigned>{1, 2, 3, 4, 9, 9, 9, 9, 9, 9}));
+    EXPECT_EQ(vx4test::entries(tall), (std::vector<unsigned>{1, 2, 5, 6}));
 }
 
 TEST(Dense2D, ReserveGuaranteesLaterResizes) {
@@ -92,10 +77,7 @@ TEST(Dense2D, SubMatrixIsAViewCutAtTheMatrixEdge) {
     EXPECT_EQ(m(1, 2), -8.0);
 
     // Blocks running past the last row or column are cut: they never reach outside the matrix.
-    dense2D<double> past = m.sub_matrix(2, 0, 3, 2);
-    EXPECT_EQ(past.rows(), 1u);
-    EXPECT_EQ(past.cols(), 2u);
-    EXPECT_EQ(past(0, 1), 6.0);
+    EXPECT_EQ(vx4test::entries(m.sub_matrix(2, 0, 3, 2)), (std::vector<double>{3, 6}));
     EXPECT_TRUE(m.sub_matrix(3, 0, 3, 2).empty());
     EXPECT_TRUE(m.sub_matrix(0, 3, 1, 1).empty());
 }
