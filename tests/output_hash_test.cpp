@@ -5,45 +5,22 @@
 
 #include <vx4/tessora1d.h>
 
+#include "test_support.h"
+
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
 using vx4::dense1D;
 using vx4::dense2D;
 using vx4::tessora1d::mesh_line;
 using vx4::tessora1d::mesh_spline;
 
+using vx4test::output_hash;
+
 namespace {
 
 constexpr unsigned kNoBound = 4294967295u;
 const double kPi = std::acos(-1.0);
-
-// FNV-1a over raw bytes.
-class output_hash {
-public:
-    void bytes(const void* p, std::size_t n) {
-        const unsigned char* b = static_cast<const unsigned char*>(p);
-        for (std::size_t i = 0; i < n; ++i) value_ = (value_ ^ b[i]) * 1099511628211ull;
-    }
-    void add(int code) { bytes(&code, sizeof code); }
-    void add(double x) { bytes(&x, sizeof x); }
-    template <class T>
-    void add(const dense1D<T>& v) {
-        add(static_cast<int>(v.size()));
-        for (unsigned i = 0; i < v.size(); ++i) bytes(&v[i], sizeof(T));
-    }
-    void add(const dense2D<double>& m) {
-        add(static_cast<int>(m.rows()));
-        add(static_cast<int>(m.cols()));
-        for (unsigned j = 0; j < m.cols(); ++j)
-            for (unsigned i = 0; i < m.rows(); ++i) add(m(i, j));
-    }
-    std::uint64_t value() const { return value_; }
-
-private:
-    std::uint64_t value_ = 14695981039346656037ull;
-};
 
 enum class field { iso, aniso };
 
@@ -55,7 +32,8 @@ struct curve {
     dense1D<double> params, sizes;
     dense2D<double> metrics;
 
-    curve(unsigned d, unsigned n, double scale) : pos(d, n), indices(n), params(n), sizes(n), metrics(d == 2 ? 3 : 6, n, 0.0) {
+    curve(unsigned d, unsigned n, double scale)
+        : pos(d, n), indices(n), params(n), sizes(n), metrics(d == 2 ? 3 : 6, n, 0.0) {
         for (unsigned i = 0; i < n; ++i) {
             const double x = 10.0 * i / (n - 1), w = 0.2 * std::cos(6.0 * kPi * x), v = 0.2 * std::sin(6.0 * kPi * x);
             if (d == 2) pos(0, i) = x, pos(1, i) = v;

@@ -3,6 +3,8 @@
 
 #include <vx4/math1.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <vector>
 
@@ -44,5 +46,32 @@ std::vector<T> entries(const vx4::dense2D<T>& m) {
         for (unsigned i = 0; i < m.rows(); ++i) v.push_back(m(i, j));
     return v;
 }
+
+// FNV-1a over the raw bytes of a run's codes and outputs: any changed bit changes the value.
+class output_hash {
+public:
+    void bytes(const void* p, std::size_t n) {
+        const unsigned char* b = static_cast<const unsigned char*>(p);
+        for (std::size_t i = 0; i < n; ++i) value_ = (value_ ^ b[i]) * 1099511628211ull;
+    }
+    void add(int code) { bytes(&code, sizeof code); }
+    void add(double x) { bytes(&x, sizeof x); }
+    template <class T>
+    void add(const vx4::dense1D<T>& v) {
+        add(static_cast<int>(v.size()));
+        for (unsigned i = 0; i < v.size(); ++i) bytes(&v[i], sizeof(T));
+    }
+    template <class T>
+    void add(const vx4::dense2D<T>& m) {
+        add(static_cast<int>(m.rows()));
+        add(static_cast<int>(m.cols()));
+        for (unsigned j = 0; j < m.cols(); ++j)
+            for (unsigned i = 0; i < m.rows(); ++i) bytes(&m(i, j), sizeof(T));
+    }
+    std::uint64_t value() const { return value_; }
+
+private:
+    std::uint64_t value_ = 14695981039346656037ull;
+};
 
 } // namespace vx4test
