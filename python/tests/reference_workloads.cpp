@@ -51,25 +51,20 @@ value make(const char* descr, std::vector<std::size_t> shape, const std::vector<
     if (!v.empty()) std::memcpy(r.bytes.data(), v.data(), r.bytes.size());
     return r;
 }
-// Points, metrics: columns [first, end) as rows (`rows` for an empty matrix).
-value v(const dense2D<double>& X, unsigned rows, unsigned first = 0) {
-    std::vector<double> out;
+// Points, metrics, connectivities: columns [first, end) as rows (`rows` for an empty matrix);
+// indices not below `none_from` become -1.
+template <class T>
+value v(const dense2D<T>& X, unsigned rows, unsigned first = 0, unsigned none_from = none) {
+    constexpr bool index = std::is_same<T, unsigned>::value;
+    using entry = std::conditional_t<index, std::int64_t, double>;
+    std::vector<entry> out;
     const unsigned cols = X.empty() ? 0 : X.cols();
     rows = X.empty() ? rows : X.rows();
     for (unsigned j = first; j < cols; ++j)
-        for (unsigned r = 0; r < rows; ++r) out.push_back(X(r, j));
-    return make("<f8", {cols - first, rows}, out);
+        for (unsigned r = 0; r < rows; ++r) out.push_back(index && X(r, j) >= none_from ? entry(-1) : entry(X(r, j)));
+    return make(index ? "<i8" : "<f8", {cols - first, rows}, out);
 }
 value v(const dense2D<double>& X) { return v(X, X.rows()); }
-// Connectivities: one row per element; entries not below `none_from` become -1.
-value v(const dense2D<unsigned>& C, unsigned rows, unsigned none_from = none) {
-    std::vector<std::int64_t> out;
-    const unsigned cols = C.empty() ? 0 : C.cols();
-    rows = C.empty() ? rows : C.rows();
-    for (unsigned j = 0; j < cols; ++j)
-        for (unsigned r = 0; r < rows; ++r) out.push_back(C(r, j) >= none_from ? -1 : std::int64_t(C(r, j)));
-    return make("<i8", {cols, rows}, out);
-}
 value v(const reals& x, unsigned first = 0) {
     return make("<f8", {x.size() - first}, std::vector<double>(x.begin() + first, x.end()));
 }
@@ -238,7 +233,7 @@ void connectivity_cases() {
         const value N_in = v(N, 2);
         const int turned = t1::mesh_reorient(C2, N, given ? 1 : 0, given ? 0 : 1);
         expect(turned);
-        const std::vector<value> out{v(C2, 2), v(N, 2, 6), integer(turned)};
+        const std::vector<value> out{v(C2, 2), v(N, 2, 0, 6), integer(turned)};
         if (given)
             put("reorient", "mesh_reorient", "edges|neighbors,start", {v(R, 2), N_in, integer(1)},
                 "edges,neighbors,turned", out);
@@ -338,14 +333,7 @@ void straight_and_spline_cases() {
     const dense2D<double> M = random_metrics(2, 2, 0.1, 9);
     const reals h{0.1, 0.3, 0.05, 0.2, 0.15};
     using call = std::function<int(dense2D<double>&, ids&)>;
-    const struct {
-        const char* name;
-        ids chain;
-        const char* field;
-        value given;
-        bool even;
-        call mesh;
-    } cases[] = {
+    const struct { const char* name; ids chain; const char* field; value given; bool even; call mesh; } cases[] = {
         {"straight_sizes", iota(5), "sizes", v(h), true,
          [&](auto& Y, ids& o) { return t1::mesh_straight(Y, iota(5), h, true, o); }},
         {"straight_count", {4, 2, 0}, "count", integer(13), false,
@@ -369,17 +357,11 @@ void straight_and_spline_cases() {
         const dense2D<double> S = curve(dim, 8, 40 + dim);
         const ids nodes = dim == 2 ? ids{3, 4, 5, 7} : ids{4, 4, 5, 6};
         dense2D<double> P(dim, t.size());
-        for (unsigned k = 0; k < t.size(); ++k) {
-            v3 q{};
-            if (dim == 2) {
-                v2 q2;
-                expect(t1::spline_point(S, nodes[0], nodes[1], nodes[2], nodes[3], t[k], q2));
-                q = v3{q2[0], q2[1], 0.0};
-            } else {
-                expect(t1::spline_point(S, nodes[0], nodes[1], nodes[2], nodes[3], t[k], q));
-            }
+        const auto at = [&](unsigned k, auto q) { // q: the 2-D or 3-D point
+            expect(t1::spline_point(S, nodes[0], nodes[1], nodes[2], nodes[3], t[k], q));
             for (unsigned r = 0; r < dim; ++r) P(r, k) = q[r];
-        }
+        };
+        for (unsigned k = 0; k < t.size(); ++k) dim == 2 ? at(k, v2{}) : at(k, v3{});
         put(dim == 2 ? "spline_point2d" : "spline_point3d", "spline_point", "points,nodes,t", {v(S), v(nodes), v(t)},
             "result", {v(P)});
     }
@@ -492,9 +474,7 @@ void metric_cases() {
 void law_cases() {
     namespace laws = t1::laws;
     const struct {
-        const char* name;
-        const char* function;
-        const char* parameter;
+        const char *name, *function, *parameter;
         unsigned count;
         double value;
         int (*law)(unsigned, double, reals&, reals&);
