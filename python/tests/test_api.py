@@ -26,10 +26,6 @@ def stub_tree(module="__init__"):
     return ast.parse((PACKAGE / f"{module}.pyi").read_text())
 
 
-def test_version():
-    assert t.version() == "5.3.0.0"
-
-
 @pytest.mark.parametrize("module", MODULES)
 def test_package_ships_stubs_and_marker(module):
     assert (PACKAGE / "py.typed").exists()
@@ -77,19 +73,6 @@ def test_numpydoc_documents_every_parameter(module, name):
 @pytest.mark.parametrize("module", MODULES)
 def test_docstring_examples_run(module):
     assert doctest.testmod(MODULES[module]).failed == 0
-
-
-def test_fixed_api_of_the_examples():
-    signature = inspect.signature(t.mesh_line)
-    assert str(signature) == (
-        "(points, *, sizes=None, metrics=None, params=None, even=False, nmin=1, nmax=None, chordal=0.0, hmin=0.0)"
-    )
-    assert str(inspect.signature(t.mesh_curve)) == (
-        "(points, *, sizes=None, size=None, metrics=None, even=False, nmin=1, nmax=None, chordal=0.0, hmin=0.0)"
-    )
-    assert str(inspect.signature(t.mesh_curves)) == "(curves, *, sizes=None, size=None, metrics=None, threads=None, **options)"
-    assert t.MeshLineSizes._fields == ("new_points", "chain", "params", "sizes")
-    assert t.MeshLineMetrics._fields == ("new_points", "chain", "params", "metrics")
 
 
 def test_results_are_fresh_writable_arrays():
