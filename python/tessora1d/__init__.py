@@ -25,6 +25,7 @@ Conventions
 
 from __future__ import annotations
 
+import itertools
 import operator
 import os
 from concurrent.futures import ThreadPoolExecutor
@@ -690,8 +691,32 @@ def mesh_curves(curves, *, sizes=None, size=None, metrics=None, threads=None, **
 
     if threads == 1 or len(curves) <= 1:
         return [one(i) for i in range(len(curves))]
-    with ThreadPoolExecutor(max_workers=min(threads, len(curves))) as pool:
-        return list(pool.map(one, range(len(curves))))
+    # Each worker takes the next curve from a shared counter (next() on it is atomic under the
+    # GIL): no future per curve, so the GIL-held share of a call stays small. After a failure no
+    # later curve is started, and every earlier one still runs, so the error raised is the one
+    # of the first failing curve in order.
+    results = [None] * len(curves)
+    order = itertools.count()
+    errors = {}
+    first_failure = [len(curves)]
+
+    def work():
+        for i in order:
+            if i >= first_failure[0]:
+                return
+            try:
+                results[i] = one(i)
+            except Exception as error:
+                errors[i] = error
+                first_failure[0] = min(first_failure[0], i)
+
+    workers = min(threads, len(curves))
+    with ThreadPoolExecutor(max_workers=workers) as pool:
+        for running in [pool.submit(work) for _ in range(workers)]:
+            running.result()
+    if errors:
+        raise errors[min(errors)]
+    return results
 
 
 def mesh_straight(points, chain=None, *, sizes=None, metrics=None, count=None, even=False):

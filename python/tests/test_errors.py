@@ -163,10 +163,12 @@ def test_exceptions_survive_pickling():
         assert type(copy) is type(error) and str(copy) == "m" and vars(copy) == vars(error)
 
 
-def test_failure_in_mesh_curves_names_the_curve():
+@pytest.mark.parametrize("threads", [1, 2, 3])
+def test_failure_in_mesh_curves_names_the_first_failing_curve(threads):
+    flat = [[0, 0], [0, 0]]
     with pytest.raises(Tessora1dError) as info:
-        t.mesh_curves([P2, [[0, 0], [0, 0]]], size=0.5, threads=2)
-    assert info.value.code == -2 and "mesh_curves: raised by curve 1" in info.value.__notes__
+        t.mesh_curves([P2] * 5 + [flat] + [P2] * 20 + [flat], size=0.5, threads=threads)
+    assert info.value.code == -2 and info.value.__notes__ == ["mesh_curves: raised by curve 5"]
 
 
 # (call, whether the library itself reports memory codes for it)
