@@ -2,10 +2,16 @@
 
 #include <vx4/tessora1d.h>
 
+#include "geometry/parameter_search.h"
+#include "line/chord_parameters.h"
+#include "line/line_core.h"
 #include "line/size_model.h"
 #include "test_support.h"
 
 #include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
 #include <vector>
 
 using vx4::dense2D;
@@ -317,4 +323,53 @@ TEST(MeshLine, CoarseChainOverAFinePolylinePlacesEveryNodeAtItsAbscissa) {
         EXPECT_NEAR(std::log((0.5 + 0.1 * x) / 0.5) / 0.1, k * L / E, 1e-6) << k;
         EXPECT_NEAR(out_params[k], x / 7.0, 1e-12);
     }
+}
+
+TEST(ChordParameters, AgreeWithTheStoredListInEveryValueAndSearch) {
+    // The list the overloads without parameters would store: running chord length over the total,
+    // the last entry exactly 1. Lengths around the kept stride, repeated nodes (zero chords), and
+    // non-finite coordinates (an unsorted list, searched as the stored one would be).
+    using vx4::tessora1d::detail::chord_parameters;
+    using vx4::tessora1d::detail::lower_bound_from;
+    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> step(0.0, 1.0);
+    auto same_bits = [](double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; };
+    for (unsigned n : {2u, 3u, 16u, 17u, 33u, 100u, 1000u})
+        for (double odd : {0.0, nan, inf}) {
+            SCOPED_TRACE(testing::Message() << n << " nodes, odd coordinate " << odd);
+            dense2D<double> X(2, n);
+            ids line(n);
+            for (unsigned i = 0; i < n; ++i) {
+                X(0, i) = i % 5 == 3 && i > 0 ? X(0, i - 1) : (i ? X(0, i - 1) : 0.0) + step(random);
+                X(1, i) = i % 5 == 3 && i > 0 ? X(1, i - 1) : step(random);
+                line[i] = n - 1 - i; // read backwards through the node list
+            }
+            if (odd != 0.0) X(1, n / 2) = odd;
+            std::vector<double> stored(n, 0.0);
+            for (unsigned i = 1; i < n; ++i) stored[i] = stored[i - 1] + distance(X, line[i - 1], line[i]);
+            const double total = stored[n - 1];
+            for (double& p : stored) p /= total;
+            stored[n - 1] = 1.0;
+
+            chord_parameters chord;
+            ASSERT_TRUE(chord.measure(X, line.data(), n));
+            EXPECT_TRUE(same_bits(chord.total(), total)) << chord.total() << " " << total;
+            // Growing the matrix (its block may move) changes nothing: it is read where it stands.
+            X.reserve(2, 4 * n);
+            std::uniform_int_distribution<unsigned> node(0, n - 1);
+            for (unsigned k = 0; k < 4 * n; ++k) {
+                const unsigned i = k < n ? k : node(random); // in order, then anywhere
+                EXPECT_TRUE(same_bits(chord[i], stored[i])) << i;
+            }
+            std::vector<double> queries{-1.0, 0.0, 0.5, 1.0, 2.0, nan};
+            for (unsigned i = 0; i < n; i += 1 + n / 40) queries.push_back(stored[i]), queries.push_back(stored[i] + 1e-9);
+            for (unsigned from : {0u, 1u, n / 2, n - 1, n})
+                for (unsigned to : {n, n - 1, n / 2 + 1})
+                    for (double s : queries) {
+                        if (to < from) continue;
+                        EXPECT_EQ(chord.lower_bound(from, to, s), lower_bound_from(stored.data(), from, to, s))
+                            << "from " << from << " to " << to << " s " << s;
+                    }
+        }
 }

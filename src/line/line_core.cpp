@@ -73,6 +73,7 @@ struct field_rules;
 template <unsigned Dim>
 struct field_rules<Dim, isotropic_sizes> {
     static constexpr unsigned width = 1;
+    static constexpr bool grading_reads_edge = false; // the grading needs the edge's vector
     struct grading {
         double h0, h1;
     };
@@ -93,6 +94,7 @@ struct field_rules<Dim, isotropic_sizes> {
 template <unsigned Dim>
 struct field_rules<Dim, anisotropic_metrics> {
     static constexpr unsigned width = Dim * (Dim + 1) / 2;
+    static constexpr bool grading_reads_edge = true;
     // The edge's end metrics and its lengths in them (when both are defined).
     struct grading {
         const double* M0;
@@ -161,12 +163,15 @@ struct polyline_locator {
 
     void at(double s, double* out) {
         const unsigned n = line->n;
-        const double* p = line->params;
-        const unsigned i = cursor = lower_bound_from(p, cursor, n, s);
+        const unsigned i = cursor = line->lower_bound(cursor, s);
         const bool inside = i > 0 && i < n;
         const double* b = line->point(i < n ? i : n - 1);
         const double* a = inside ? line->point(i - 1) : b;
-        const double t = (inside && p[i - 1] < p[i]) ? (s - p[i - 1]) / (p[i] - p[i - 1]) : 0.0;
+        double t = 0.0;
+        if (inside) {
+            const double p0 = line->param(i - 1), p1 = line->param(i);
+            if (p0 < p1) t = (s - p0) / (p1 - p0);
+        }
         for (unsigned r = 0; r < Dim; ++r) out[r] = (b[r] - a[r]) * t + a[r];
     }
 };
@@ -204,7 +209,7 @@ struct caller_nodes {
     const node_source& line;
 
     unsigned size() const { return line.n; }
-    double param(unsigned i) const { return line.params[i]; }
+    double param(unsigned i) const { return line.param(i); }
     const double* field(unsigned i) const { return line.field(i); }
     void point(unsigned i, double* out) const {
         const double* p = line.point(i);
@@ -240,19 +245,25 @@ struct chain_nodes {
 // below 63 edges per new node.
 constexpr unsigned sum_stride = 64;
 
+// A chain's edges are also kept one by one: a chain has about as many nodes as it gets new ones,
+// so their metric lengths cost a fraction of the pass's own output, and placing then adds them up
+// instead of putting each chain node back on the polyline and measuring its edge again.
 struct running_sums {
     dense1D<double> kept;    // S at nodes 0, stride, 2 stride, ...
     dense1D<unsigned> marks; // the reader's mark after each of those nodes
+    dense1D<double> edges;   // metric length of each edge when kept, else empty
 };
 
 template <unsigned Dim, class Kind, class Nodes>
-bool measure(Nodes& nodes, running_sums& sums, double& length) {
+bool measure(Nodes& nodes, running_sums& sums, double& length, bool keep_edges) {
     using rules = field_rules<Dim, Kind>;
     const unsigned n = nodes.size();
     const unsigned kept = (n - 1) / sum_stride + 1;
-    if (!sums.kept.resize(kept) || !sums.marks.resize(kept)) return false;
+    if (!sums.kept.resize(kept) || !sums.marks.resize(kept) || !sums.edges.resize(keep_edges ? n - 1 : 0))
+        return false;
     double* S = sums.kept.data();
     unsigned* marks = sums.marks.data();
+    double* edges = keep_edges ? sums.edges.data() : nullptr;
     double a[Dim], b[Dim], v[Dim];
     nodes.point(0, a);
     double total = 0.0;
@@ -261,7 +272,9 @@ bool measure(Nodes& nodes, running_sums& sums, double& length) {
     for (unsigned i = 1; i < n; ++i) {
         nodes.point(i, b);
         for (unsigned r = 0; r < Dim; ++r) v[r] = b[r] - a[r];
-        total = total + rules::metric_length(v, nodes.field(i - 1), nodes.field(i));
+        const double edge = rules::metric_length(v, nodes.field(i - 1), nodes.field(i));
+        if (edges) edges[i - 1] = edge;
+        total = total + edge;
         if (i % sum_stride == 0) {
             S[i / sum_stride] = total;
             marks[i / sum_stride] = nodes.mark();
@@ -294,20 +307,26 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
     const unsigned* marks = sums.marks.data();
     const unsigned long long nkept = sums.kept.size();
 
-    double P0[Dim], P1[Dim], v[Dim];
+    // With the edges' lengths kept, the nodes' coordinates are read only when the grading or the
+    // output needs them.
+    const double* edges = sums.edges.size() == n - 1 ? sums.edges.data() : nullptr;
+    const bool read_points = !edges || rules::grading_reads_edge || out.points;
+    double P0[Dim] = {}, P1[Dim] = {}, v[Dim] = {};
     unsigned j = 1;
     double S0 = 0.0, S1 = 0.0;
     // Edge j from the current P1 and S1, summed as the measure did.
     auto step = [&] {
-        for (unsigned r = 0; r < Dim; ++r) P0[r] = P1[r];
         S0 = S1;
         ++j;
-        nodes.point(j, P1);
-        for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
-        S1 = S0 + rules::metric_length(v, nodes.field(j - 1), nodes.field(j));
+        if (read_points) {
+            for (unsigned r = 0; r < Dim; ++r) P0[r] = P1[r];
+            nodes.point(j, P1);
+            for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
+        }
+        S1 = S0 + (edges ? edges[j - 1] : rules::metric_length(v, nodes.field(j - 1), nodes.field(j)));
     };
     nodes.resume(0);
-    nodes.point(0, P1);
+    if (read_points) nodes.point(0, P1);
     j = 0;
     step();
     typename rules::grading g = rules::edge_grading(v, nodes.field(0), nodes.field(1));
@@ -327,7 +346,7 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
             }
             if (skip) {
                 nodes.resume(marks[c / sum_stride]);
-                nodes.point(static_cast<unsigned>(c), P1);
+                if (read_points) nodes.point(static_cast<unsigned>(c), P1);
                 S1 = kept[c / sum_stride];
                 j = static_cast<unsigned>(c);
             }
@@ -356,7 +375,7 @@ int mesh_line_pass_on(const node_source& line, bool even, unsigned nmin, unsigne
     caller_nodes<Dim> nodes{line};
     running_sums sums;
     double L = 0.0;
-    if (!measure<Dim, Kind>(nodes, sums, L)) return -199;
+    if (!measure<Dim, Kind>(nodes, sums, L, false)) return -199;
     const unsigned long long E = element_count(L, even, nmin, nmax);
     const unsigned long long fresh = E - 1;
     if (fresh * (Dim > K ? Dim : K) > largest_unsigned) return -199;
@@ -387,9 +406,15 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
         caller.field_ld = K;
     }
 
-    // Room for `count` new nodes, in the caller's matrix or in the chain.
+    // Room for `count` new nodes: in the chain, or straight in new columns of the caller's matrix.
+    // Growing the matrix may move its block, and on some systems (virtual machines with shadow
+    // page tables) the first touch of each moved page then costs nearly a fresh fault. So when the
+    // polyline has more nodes than the chain gets, the nodes are placed in the chain first and
+    // copied over once the matrix has grown, and the placement never reads moved pages.
+    bool staged = false;
     auto point_room = [&](unsigned count, double*& out, std::size_t& ld) -> bool {
-        if (pos) {
+        staged = pos && count < n;
+        if (pos && !staged) {
             if (!add_columns(*pos, count)) return false;
             caller.coords = pos->data(); // the block may have moved as it grew
             chain.points = pos->sub_matrix(0, first_new, Dim, count);
@@ -403,6 +428,16 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
         ld = chain.points.ld();
         return true;
     };
+    // Moves staged nodes to the caller's matrix.
+    auto commit_points = [&]() -> bool {
+        if (!staged) return true;
+        const unsigned count = chain.points.cols();
+        if (!add_columns(*pos, count)) return false;
+        for (unsigned k = 0; k < count; ++k)
+            std::memcpy(&(*pos)(0, first_new + k), &chain.points(0, k), Dim * sizeof(double));
+        chain.points = pos->sub_matrix(0, first_new, Dim, count);
+        return true;
+    };
 
     running_sums sums;
     unsigned long long previous = largest_unsigned;
@@ -411,8 +446,8 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
         chain_nodes<Dim> previous_chain{chain.spare_params.data(), chain.spare_fields.data(), chain.spare_fields.ld(),
                                         chain.spare_params.size(), {&caller}};
         double L = 0.0;
-        const bool measured = pass == 1 ? measure<Dim, Kind>(polyline, sums, L)
-                                        : measure<Dim, Kind>(previous_chain, sums, L);
+        const bool measured = pass == 1 ? measure<Dim, Kind>(polyline, sums, L, false)
+                                        : measure<Dim, Kind>(previous_chain, sums, L, true);
         if (!measured) return -199;
         const unsigned long long E = element_count(L, options.even, options.nmin, options.nmax);
         if ((E + 1) * (Dim > K ? Dim : K) > largest_unsigned) return -199;
@@ -425,13 +460,13 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
         if (last && pass == 1 && !point_room(m, out.points, out.point_ld)) return -199;
         if (pass == 1) place<Dim, Kind>(polyline, sums, L, E, out);
         else place<Dim, Kind>(previous_chain, sums, L, E, out);
-        chain.params[0] = caller.params[0];
-        chain.params[m + 1] = caller.params[n - 1];
+        chain.params[0] = caller.param(0);
+        chain.params[m + 1] = caller.param(n - 1);
         std::memcpy(&chain.fields(0, 0), caller.field(0), K * sizeof(double));
         std::memcpy(&chain.fields(0, m + 1), caller.field(n - 1), K * sizeof(double));
 
         if (last) {
-            if (pass == 1) return 0;
+            if (pass == 1) return commit_points() ? 0 : -199;
             // Placed on the chords of the previous chain: put back on the caller's polyline, with
             // the sweep started at the chain's first node as every pass's reading of it is.
             double* points = nullptr;
@@ -441,7 +476,7 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
             double start[Dim];
             on_caller.at(chain.params[0], start);
             for (unsigned k = 0; k < m; ++k) on_caller.at(chain.params[k + 1], points + std::size_t(k) * ld);
-            return 0;
+            return commit_points() ? 0 : -199;
         }
         previous = E + 1;
         std::swap(chain.params, chain.spare_params);

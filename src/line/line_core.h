@@ -7,6 +7,8 @@
 #include <vx4/math1.h>
 
 #include "geometry/kernels.h"
+#include "geometry/parameter_search.h"
+#include "line/chord_parameters.h"
 
 #include <cstddef>
 
@@ -29,24 +31,34 @@ struct field_width<Dim, anisotropic_metrics> {
 };
 
 // A polyline read in place: node i is column map[i] of `coords` (column i when map is null),
-// with parameter params[i] and its size or metric at fields + i * field_ld.
+// with its size or metric at fields + i * field_ld and its parameter params[i], or, when params
+// is null, node chord_first + i of `chord`.
 struct node_source {
     const double* coords = nullptr;
     std::size_t ld = 0;
     const unsigned* map = nullptr;
     const double* params = nullptr;
+    const chord_parameters* chord = nullptr;
+    unsigned chord_first = 0;
     const double* fields = nullptr;
     std::size_t field_ld = 0;
     unsigned n = 0;
 
     const double* point(unsigned i) const { return coords + (map ? map[i] : i) * ld; }
     const double* field(unsigned i) const { return fields + i * field_ld; }
+    double param(unsigned i) const { return params ? params[i] : (*chord)[chord_first + i]; }
+    // First node i in [from, n) whose parameter is >= s, or n.
+    unsigned lower_bound(unsigned from, double s) const {
+        if (params) return lower_bound_from(params, from, n, s);
+        return chord->lower_bound(chord_first + from, chord_first + n, s) - chord_first;
+    }
     // Nodes first .. last (inclusive) as a polyline of their own.
     node_source part(unsigned first, unsigned last) const {
         node_source s = *this;
         if (map) s.map = map + first;
         else s.coords = coords + first * ld;
-        s.params = params + first;
+        if (params) s.params = params + first;
+        else s.chord_first = chord_first + first;
         s.fields = fields + first * field_ld;
         s.n = last - first + 1;
         return s;
@@ -103,9 +115,10 @@ int mesh_line_pass_on(const node_source& line, bool even, unsigned nmin, unsigne
 
 // The whole core: curvature limit (chordal < 0), then passes until the node count stops
 // falling or reaches nmin. Fills points, params and fields of `chain` (not its indices).
-// With `pos` given, the new nodes go straight to new columns of *pos (which must hold the
-// polyline's coordinates and no other view of its storage) and chain.points views them; pos is
-// then grown in place, never copied. 0, or -199 (or the code of the curvature query) on
+// With `pos` given, the new nodes end in new columns of *pos (which must hold the polyline's
+// coordinates and no other view of its storage) and chain.points views them; pos is grown in
+// place, never copied, and written straight when the chain has at least as many new nodes as
+// the polyline has nodes, else once the nodes are placed. 0, or -199 (or the code of the curvature query) on
 // failure; `chain` is then in no particular state and *pos has its former columns.
 template <unsigned Dim, class Kind>
 int mesh_line_core(const polyline_ref& line, const line_options& options, line_chain& chain,

@@ -42,11 +42,11 @@ verdict judge(const node_source& part, const line_chain& chain, bool even, doubl
 
     double dmax = 0.0, sum = 0.0, amax = 0.0, best = 0.0;
     unsigned split = n - 1;
-    const double p_first = part.params[0];
-    const double span = part.params[n - 1] - p_first;
+    const double p_first = part.param(0);
+    const double span = part.param(n - 1) - p_first;
     unsigned e = 0;
     for (unsigned i = 1; i + 1 < n; ++i) {
-        const double pi = part.params[i];
+        const double pi = part.param(i);
         // The element that ends at the first chain parameter not below the node's.
         while (e < E && cp[e] < pi) ++e;
         const unsigned end = e == 0 ? 1 : e;

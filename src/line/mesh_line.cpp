@@ -2,6 +2,7 @@
 #include <vx4/tessora1d.h>
 
 #include "geometry/kernels.h"
+#include "line/chord_parameters.h"
 #include "line/line_core.h"
 
 #include <algorithm>
@@ -71,15 +72,22 @@ int check_polyline(const dense2D<double>& pos, const dense1D<unsigned>& indices,
     return 0;
 }
 
+// Where a polyline's parameters come from: the caller's list, or chord lengths produced on demand.
+struct parameter_source {
+    const double* stored = nullptr;
+    const detail::chord_parameters* chord = nullptr;
+};
+
 detail::polyline_ref read_polyline(const dense2D<double>& pos, const dense1D<unsigned>& indices,
-                                   const dense1D<double>& params, const double* fields, std::size_t field_ld) {
+                                   const parameter_source& params, const double* fields, std::size_t field_ld) {
     detail::polyline_ref line;
     line.pos = &pos;
     line.indices = indices;
     line.nodes.coords = pos.data();
     line.nodes.ld = pos.ld();
     line.nodes.map = indices.data();
-    line.nodes.params = params.data();
+    line.nodes.params = params.stored;
+    line.nodes.chord = params.chord;
     line.nodes.fields = fields;
     line.nodes.field_ld = field_ld;
     line.nodes.n = indices.size();
@@ -160,44 +168,11 @@ int mesh_and_append(dense2D<double>& pos, const detail::polyline_ref& line, cons
     return 0;
 }
 
-// Chord-length parameters in [0, 1] for the overloads without parameters, then the full call;
-// its codes below -3 move up by one to name this overload's argument places.
-template <class Field, class OutField>
-int mesh_line_by_chord_length(dense2D<double>& pos, const dense1D<unsigned>& indices, const Field& field, bool even,
-                              unsigned nmin, unsigned nmax, double chordal, double hmin,
-                              dense1D<unsigned>& out_indices, dense1D<double>& out_params, OutField& out_field) {
-    const unsigned dim = pos.rows();
-    if (dim != 2 && dim != 3) return -1;
-    const unsigned n = indices.size();
-    if (n < 2 || !tessora::check_IDs(indices, pos.cols())) return -2;
-    dense1D<double> params;
-    if (!params.resize(n)) return -199;
-    double* p = params.data();
-    p[0] = 0.0;
-    for (unsigned i = 1; i < n; ++i) {
-        const double* a = &pos(0, indices[i - 1]);
-        const double* b = &pos(0, indices[i]);
-        double sq = 0.0;
-        for (unsigned r = 0; r < dim; ++r) sq += (b[r] - a[r]) * (b[r] - a[r]);
-        p[i] = p[i - 1] + std::sqrt(sq);
-    }
-    const double total = p[n - 1];
-    if (total == 0.0) return -2;
-    for (unsigned i = 0; i < n; ++i) p[i] /= total;
-    p[n - 1] = 1.0;
-    const int rc =
-        mesh_line(pos, indices, params, field, even, nmin, nmax, chordal, hmin, out_indices, out_params, out_field);
-    return rc < -3 ? rc + 1 : rc;
-}
-
-} // namespace
-
-int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dense1D<double>& params,
-              const dense2D<double>& metrics, bool even, unsigned nmin, unsigned nmax, double chordal, double hmin,
-              dense1D<unsigned>& out_indices, dense1D<double>& out_params, dense2D<double>& out_metrics) {
-    out_params.resize(0);
-    const int rc = check_polyline(pos, indices, params);
-    if (rc != 0) return rc;
+// The anisotropic overloads past the checks of the polyline: metrics (-4), counts (-6), output
+// metrics (-11), then the meshing.
+int mesh_checked(dense2D<double>& pos, const dense1D<unsigned>& indices, const parameter_source& params,
+                 const dense2D<double>& metrics, bool even, unsigned nmin, unsigned nmax, double chordal, double hmin,
+                 dense1D<unsigned>& out_indices, dense1D<double>& out_params, dense2D<double>& out_metrics) {
     const unsigned n = indices.size();
     const unsigned width = pos.rows() == 2 ? 3u : 6u;
     if (metrics.cols() < n) return -4;
@@ -211,12 +186,10 @@ int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dens
                                                         out_indices, out_params, out_metrics);
 }
 
-int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dense1D<double>& params,
-              const dense1D<double>& sizes, bool even, unsigned nmin, unsigned nmax, double chordal, double hmin,
-              dense1D<unsigned>& out_indices, dense1D<double>& out_params, dense1D<double>& out_sizes) {
-    out_params.resize(0);
-    const int rc = check_polyline(pos, indices, params);
-    if (rc != 0) return rc;
+// The isotropic overloads past the checks of the polyline: sizes (-4), counts (-6), the meshing.
+int mesh_checked(dense2D<double>& pos, const dense1D<unsigned>& indices, const parameter_source& params,
+                 const dense1D<double>& sizes, bool even, unsigned nmin, unsigned nmax, double chordal, double hmin,
+                 dense1D<unsigned>& out_indices, dense1D<double>& out_params, dense1D<double>& out_sizes) {
     const unsigned n = indices.size();
     if (sizes.size() < n || !tessora::are_valid_metrics(sizes.sub_vector(0, n))) return -4;
     if (nmin == 0 || nmax < nmin) return -6;
@@ -224,6 +197,48 @@ int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dens
     const detail::polyline_ref line = read_polyline(pos, indices, params, sizes.data(), 1);
     return mesh_and_append<detail::isotropic_sizes>(pos, line, read_options(even, nmin, nmax, chordal, hmin),
                                                     out_indices, out_params, out_sizes);
+}
+
+// The overloads without parameters: chord-length parameters in [0, 1], produced on demand, then
+// the checks and the meshing of the overloads with parameters, whose codes below -3 move up by
+// one to name this overload's argument places.
+template <class Field, class OutField>
+int mesh_line_by_chord_length(dense2D<double>& pos, const dense1D<unsigned>& indices, const Field& field, bool even,
+                              unsigned nmin, unsigned nmax, double chordal, double hmin,
+                              dense1D<unsigned>& out_indices, dense1D<double>& out_params, OutField& out_field) {
+    const unsigned dim = pos.rows();
+    if (dim != 2 && dim != 3) return -1;
+    const unsigned n = indices.size();
+    if (n < 2 || !tessora::check_IDs(indices, pos.cols())) return -2;
+    detail::chord_parameters chord;
+    if (!chord.measure(pos, indices.data(), n)) return -199;
+    if (chord.total() == 0.0) return -2;
+    out_params.resize(0);
+    const int rc = mesh_checked(pos, indices, {nullptr, &chord}, field, even, nmin, nmax, chordal, hmin, out_indices,
+                                out_params, out_field);
+    return rc < -3 ? rc + 1 : rc;
+}
+
+} // namespace
+
+int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dense1D<double>& params,
+              const dense2D<double>& metrics, bool even, unsigned nmin, unsigned nmax, double chordal, double hmin,
+              dense1D<unsigned>& out_indices, dense1D<double>& out_params, dense2D<double>& out_metrics) {
+    out_params.resize(0);
+    const int rc = check_polyline(pos, indices, params);
+    if (rc != 0) return rc;
+    return mesh_checked(pos, indices, {params.data(), nullptr}, metrics, even, nmin, nmax, chordal, hmin, out_indices,
+                        out_params, out_metrics);
+}
+
+int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dense1D<double>& params,
+              const dense1D<double>& sizes, bool even, unsigned nmin, unsigned nmax, double chordal, double hmin,
+              dense1D<unsigned>& out_indices, dense1D<double>& out_params, dense1D<double>& out_sizes) {
+    out_params.resize(0);
+    const int rc = check_polyline(pos, indices, params);
+    if (rc != 0) return rc;
+    return mesh_checked(pos, indices, {params.data(), nullptr}, sizes, even, nmin, nmax, chordal, hmin, out_indices,
+                        out_params, out_sizes);
 }
 
 int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices, const dense2D<double>& metrics, bool even,
