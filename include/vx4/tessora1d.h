@@ -524,11 +524,15 @@ VX4_TESSORA1D_API int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& i
 /// @param[in,out] out_metrics The metric of each chain node is appended.
 /// @return 0 on success; -1 dimension; -2 when n < 2, an index is not a column of `pos`, or the polyline has
 ///         zero length; -3 metrics; -5 counts; -10 `out_metrics` shape; -198 when `pos` cannot be grown; -199
-///         when the parameters cannot be allocated. Every code below -3 of the overload with parameters is
-///         shifted up by one, so that it names this overload's argument.
+///         when the parameters' running lengths cannot be allocated. Every code below -3 of the overload with
+///         parameters is shifted up by one, so that it names this overload's argument.
 /// @par On failure
 /// `pos`, `out_indices` and `out_metrics` are untouched; `out_params` is empty, except after -1, -2 or -199,
 /// which leave it untouched too.
+/// @par Notes
+/// The parameters are not stored: the running segment length is kept every 16 nodes and the values between
+/// are summed again when read, bit for bit the list described: half a byte of working memory per polyline
+/// node instead of eight.
 VX4_TESSORA1D_API int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices,
                                 const dense2D<double>& metrics, bool even, unsigned nmin, unsigned nmax,
                                 double chordal, double hmin, dense1D<unsigned>& out_indices,
@@ -554,6 +558,8 @@ VX4_TESSORA1D_API int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& i
 ///         be allocated.
 /// @par On failure
 /// `pos`, `out_indices` and `out_sizes` are untouched; `out_params` is empty, except after -1, -2 or -199.
+/// @par Notes
+/// The parameters are produced as they are read, as in the metric overload.
 VX4_TESSORA1D_API int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices,
                                 const dense1D<double>& sizes, bool even, unsigned nmin, unsigned nmax,
                                 double chordal, double hmin, dense1D<unsigned>& out_indices,
