@@ -165,6 +165,31 @@ TEST(MeshLine, RefinementBringsEveryPolylineNodeWithinTolerance) {
     }
 }
 
+TEST(MeshLine, RefinementCutsAtTheMiddleWeightedDeviation) {
+    // Two bumps on the nodes x = k / 8 of a unit segment meshed as one element, k being the parameter.
+    // A deviation counts 1 + 4 s (1 - s) times: 1.4375 at s = 1/8, 2 midway. The tolerance passes
+    // whatever is left once the first cut is made, so the chain shows where that cut went.
+    const struct { double y[9]; unsigned cut; const char* why; } cases[] = {
+        {{0, 0.03, 0, 0, 0.025}, 4, "0.0431 against 0.05: the weight overturns the raw order"},
+        {{0, 0.029, 0, 0, 0.02}, 1, "0.0417 against 0.04: the raw order stands"},
+        {{0, 0, 0.03, 0, 0, 0, 0.03}, 2, "equal weighted deviations: the earlier node is cut"},
+    };
+    for (const auto& c : cases) {
+        dense2D<double> X(2, 9);
+        reals params(9);
+        for (unsigned k = 0; k < 9; ++k) params[k] = k, X(0, k) = k / 8.0, X(1, k) = c.y[k];
+        ids out;
+        reals out_params, sizes;
+        ASSERT_EQ(mesh_line(X, iota(9), params, reals(9, 10.0), false, 1, kNoBound, 0.026, 0.0, out, out_params,
+                            sizes), 0);
+        // The cut node joins the chain under its own column; no new node is made.
+        ASSERT_EQ(out.size(), 3u) << c.why;
+        EXPECT_TRUE(out[0] == 0 && out[1] == c.cut && out[2] == 8) << c.why;
+        EXPECT_EQ(out_params[1], c.cut) << c.why;
+        EXPECT_EQ(X.cols(), 9u) << c.why;
+    }
+}
+
 TEST(MeshLine, NegativeChordalCapsSizesByCurvature) {
     // Sizes of 10 on a circle of radius 2: chord of relative sagitta 0.01 is sqrt(0.08) R.
     dense2D<double> X = arc(2001, 2.0, kPi);
