@@ -37,6 +37,45 @@ TEST(ExtrudeRotate, PlanarArcFollowsTheAngleSignAndKeepsItsRadiusWithGrowingStep
     EXPECT_NEAR(angle, 3.0, 1e-12);
 }
 
+TEST(ExtrudeRotate, NegativeAngleWithSizesTurnsClockwiseGradingFromTheStart) {
+    // Radius 2 turned by -3 radians: an arc of length 6. Sizes linear along the arc from h0 to h1 put
+    // node i at the fraction (r^(i/n) - 1) / (r - 1), r = h1 / h0, of the arc; n = 6 ln(10) / 0.45 = 30.7
+    // rounds to 31 (30.7^2 > 30 * 31). The point form grows the steps, the node form shrinks them.
+    for (const bool from_node : {false, true}) {
+        const double h0 = from_node ? 0.5 : 0.05, h1 = from_node ? 0.05 : 0.5, r = h1 / h0;
+        // Either way the chain starts at column 1, the point (3, 1).
+        dense2D<double> coords = vx4test::columns<double>(2, {7, 7, 3, 1});
+        dense1D<unsigned> ids{9};
+        if (from_node) {
+            ASSERT_EQ(extrude_rotate(coords, 1u, V2{{1, 1}}, -3.0, h0, h1, false, ids), 0);
+        } else {
+            coords.resize(2, 1);
+            ASSERT_EQ(extrude_rotate(coords, V2{{3, 1}}, V2{{1, 1}}, -3.0, h0, h1, false, ids), 0);
+        }
+        const unsigned n = 31;
+        ASSERT_EQ(coords.cols(), 2 + n);
+        ASSERT_EQ(ids.size(), 2 + n);
+        EXPECT_EQ(ids[1], 1u);
+        double step = 0.0;
+        for (unsigned i = 1; i <= n; ++i) {
+            EXPECT_EQ(ids[i + 1], 1 + i);
+            const double x = coords(0, 1 + i) - 1, y = coords(1, 1 + i) - 1;
+            const double px = coords(0, i) - 1, py = coords(1, i) - 1;
+            EXPECT_NEAR(std::hypot(x, y), 2.0, 1e-12);
+            EXPECT_LT(px * y - py * x, 0.0) << i; // clockwise
+            const double turned = -3.0 * (std::pow(r, double(i) / n) - 1) / (r - 1);
+            EXPECT_NEAR(std::atan2(y, x), turned, 1e-12) << i;
+            const double next = std::hypot(x - px, y - py);
+            if (i == 1) EXPECT_NEAR(next / h0, 1.0, 0.08);
+            else EXPECT_TRUE(h1 > h0 ? next > step : next < step) << i;
+            step = next;
+        }
+        EXPECT_NEAR(step / h1, 1.0, 0.08);
+        EXPECT_NEAR(coords(0, 1 + n), 1 + 2 * std::cos(3.0), 1e-12);
+        EXPECT_NEAR(coords(1, 1 + n), 1 - 2 * std::sin(3.0), 1e-12);
+    }
+}
+
 TEST(ExtrudeRotate, SpatialArcTurnsRightHandedAboutTheAxis) {
     dense2D<double> coords;
     dense1D<unsigned> ids;
