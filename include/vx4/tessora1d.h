@@ -426,7 +426,9 @@ VX4_TESSORA1D_API int extrude_rotate(dense2D<double>& coords, unsigned start, co
 
 /// Meshes the polyline `indices` into a chain of elements whose lengths follow the metrics given at its
 /// nodes. The chain runs from the polyline's first node to its last; its interior polyline nodes only carry
-/// the geometry and the size field and are not kept (to keep corners, use `mesh_straight`).
+/// the geometry and the size field and are not kept (to keep corners, use `mesh_straight`), except where a
+/// refinement (`chordal` > 0) cuts the line: the node it cuts at stays in the chain under its own index, and
+/// the new nodes, fewer by one per cut, still take consecutive columns from c.
 ///
 /// @param[in,out] pos         Node coordinates, 2 or 3 rows, one column per node. The E - 1 new nodes are
 ///                            appended as columns c, c + 1, ..., c + E - 2 (c the column count on entry),
@@ -473,7 +475,8 @@ VX4_TESSORA1D_API int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& i
 
 /// Meshes the polyline `indices` into a chain of elements whose lengths follow the isotropic sizes given at
 /// its nodes. The chain runs from the polyline's first node to its last; its interior polyline nodes are not
-/// kept (to keep corners, use `mesh_straight`).
+/// kept (to keep corners, use `mesh_straight`), except the nodes where a refinement cuts the line, as in the
+/// metric overload.
 ///
 /// @param[in,out] pos         Node coordinates, 2 or 3 rows. The E - 1 new nodes are appended as columns
 ///                            c, c + 1, ..., c + E - 2 (c the column count on entry), in order along the line.
