@@ -5,6 +5,7 @@
 #include "geometry/kernels.h"
 #include "geometry/parameter_search.h"
 #include "metrics/metric_algebra.h"
+#include "metrics/metric_kernels.h"
 #include "line/size_model.h"
 
 #include <algorithm>
@@ -26,34 +27,30 @@ bool bound_metric_sizes(double* M, double hmin, double hmax) {
     else return bound_metric_sizes_3d(M, hmin, hmax);
 }
 
-// The metric interpolation between the end metrics of one edge, reducing the pair only once
-// however many nodes the edge receives (the result is that of interpolate_metric_2d / _3d).
+// The metric interpolation between the end metrics of one edge, reducing the pair and taking
+// the sizes along the common directions only once however many nodes the edge receives (the
+// result is that of interpolate_metric_2d / _3d).
 template <unsigned Dim>
 class edge_interpolation {
 public:
     bool at(double x, const double* M0, const double* M1, double* out) {
         if (std::fabs(x) < metric_end_tolerance || std::fabs(1.0 - x) < metric_end_tolerance)
             return interpolate_ends(x, M0, M1, out);
-        if (state_ == 0) state_ = reduce(M0, M1, record_) ? 1 : -1;
-        double result[Dim * (Dim + 1) / 2];
-        if (state_ < 0 || !interpolate(record_, x, result)) return false;
+        if (state_ == 0) state_ = prepare(M0, M1) ? 1 : -1;
+        double result[width];
+        if (state_ < 0 || !metric_kernels::interpolate_sizes_in_frame<Dim>(Q_, h0_, h1_, x, result)) return false;
         std::memcpy(out, result, sizeof result);
         return true;
     }
 
 private:
-    using record_type = typename std::conditional<Dim == 2, reduced_metric_pair_2d, reduced_metric_pair_3d>::type;
-    static bool reduce(const double* M0, const double* M1, reduced_metric_pair_2d& r) {
-        return reduce_metric_pair_2d(M0, M1, r);
-    }
-    static bool reduce(const double* M0, const double* M1, reduced_metric_pair_3d& r) {
-        return reduce_metric_pair_3d(M0, M1, r);
-    }
-    static bool interpolate(const reduced_metric_pair_2d& r, double x, double* out) {
-        return interpolate_reduced_metric_2d(r, x, out);
-    }
-    static bool interpolate(const reduced_metric_pair_3d& r, double x, double* out) {
-        return interpolate_reduced_metric_3d(r, x, out);
+    static constexpr unsigned width = Dim * (Dim + 1) / 2;
+    // The reduced pair and its sizes; false when the pair cannot be reduced or its eigenvalues
+    // are unusable, which no fraction can change.
+    bool prepare(const double* M0, const double* M1) {
+        double lambda0[Dim], lambda1[Dim];
+        return metric_kernels::reduce_metric_pair<Dim>(M0, M1, Q_, lambda0, lambda1) &&
+               metric_kernels::common_frame_sizes<Dim>(lambda0, lambda1, h0_, h1_);
     }
     // At an end the metric is copied as it is.
     static bool interpolate_ends(double x, const double* M0, const double* M1, double* out) {
@@ -61,8 +58,9 @@ private:
         return interpolate_metric_3d(x, M0, M1, out);
     }
 
-    int state_ = 0; // 0 not reduced yet, 1 reduced, -1 cannot be reduced
-    record_type record_{};
+    int state_ = 0; // 0 not prepared yet, 1 prepared, -1 cannot be interpolated
+    double Q_[Dim * Dim];
+    double h0_[Dim], h1_[Dim];
 };
 
 // What differs between the field kinds: the metric length of an edge, the grading that places
@@ -76,12 +74,16 @@ struct field_rules<Dim, isotropic_sizes> {
     struct grading {
         double h0, h1;
     };
+    struct edge {
+        double length;
+    };
     static double metric_length(const double* v, const double* f0, const double* f1) {
         double sq = 0.0;
         for (unsigned r = 0; r < Dim; ++r) sq += v[r] * v[r];
         return metric_length_1d(std::sqrt(sq), f0[0], f1[0], false);
     }
-    static grading edge_grading(const double*, const double* f0, const double* f1) { return {f0[0], f1[0]}; }
+    static edge measure_edge(const double* v, const double* f0, const double* f1) { return {metric_length(v, f0, f1)}; }
+    static grading edge_grading(const edge&, const double* f0, const double* f1) { return {f0[0], f1[0]}; }
     static double fraction(double t, const grading& g) { return progression_fraction(t, g.h0, g.h1); }
     // The size varies linearly in the physical fraction, as the size model has it.
     static void interpolate(double x, grading& g, double* out) { out[0] = g.h0 + (g.h1 - g.h0) * x; }
@@ -101,23 +103,31 @@ struct field_rules<Dim, anisotropic_metrics> {
         bool graded;
         edge_interpolation<Dim> between;
     };
-    static grading edge_grading(const double* v, const double* f0, const double* f1) {
-        const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
-        if (q0 > 0.0 && q1 > 0.0) return {f0, f1, std::sqrt(q0), std::sqrt(q1), true, {}};
-        return {f0, f1, 0.0, 0.0, false, {}};
-    }
-    static double metric_length(const double* v, const double* f0, const double* f1) {
+    // An edge's metric length with the directional factors it came from, l_i = sqrt(v^T M_i v)
+    // (set when both forms are positive), so that the grading needs no second look at the edge.
+    struct edge {
+        double length;
+        double l0, l1;
+        bool graded;
+    };
+    static edge measure_edge(const double* v, const double* f0, const double* f1) {
         const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
         if (q0 > 0.0 && q1 > 0.0) {
             const double l0 = std::sqrt(q0), l1 = std::sqrt(q1);
-            return metric_length_1d(l0 * l1, l0, l1, false);
+            return {metric_length_1d(l0 * l1, l0, l1, false), l0, l1, true};
         }
         // Without two positive forms the size cannot vary along the edge: use the finer end
         // that is defined (|v| times its directional factor), or nothing.
         double q = 0.0;
         if (q0 > q) q = q0;
         if (q1 > q) q = q1;
-        return std::sqrt(q);
+        return {std::sqrt(q), 0.0, 0.0, false};
+    }
+    static double metric_length(const double* v, const double* f0, const double* f1) {
+        return measure_edge(v, f0, f1).length;
+    }
+    static grading edge_grading(const edge& e, const double* f0, const double* f1) {
+        return {f0, f1, e.l0, e.l1, e.graded, {}};
     }
     // An edge's length in a metric is |v| over the size along it, so the size ratio h1 / h0 of
     // the progression is l0 / l1.
@@ -297,20 +307,22 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
     double P0[Dim], P1[Dim], v[Dim];
     unsigned j = 1;
     double S0 = 0.0, S1 = 0.0;
-    // Edge j from the current P1 and S1, summed as the measure did.
+    typename rules::edge e{};
+    // Edge j from the current P1 and S1, summed as the measure did; `e` keeps what its grading needs.
     auto step = [&] {
         for (unsigned r = 0; r < Dim; ++r) P0[r] = P1[r];
         S0 = S1;
         ++j;
         nodes.point(j, P1);
         for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
-        S1 = S0 + rules::metric_length(v, nodes.field(j - 1), nodes.field(j));
+        e = rules::measure_edge(v, nodes.field(j - 1), nodes.field(j));
+        S1 = S0 + e.length;
     };
     nodes.resume(0);
     nodes.point(0, P1);
     j = 0;
     step();
-    typename rules::grading g = rules::edge_grading(v, nodes.field(0), nodes.field(1));
+    typename rules::grading g = rules::edge_grading(e, nodes.field(0), nodes.field(1));
 
     const double spacing = length / static_cast<double>(E);
     for (unsigned k = 1; k < m + 1; ++k) {
@@ -333,7 +345,7 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
             }
             do step();
             while (j + 1 < n && S1 < s);
-            g = rules::edge_grading(v, nodes.field(j - 1), nodes.field(j));
+            g = rules::edge_grading(e, nodes.field(j - 1), nodes.field(j));
         }
         const double t = S1 > S0 ? (s - S0) / (S1 - S0) : 0.0;
         const double x = rules::fraction(t, g);
