@@ -37,14 +37,12 @@ public:
         if (std::fabs(x) < metric_end_tolerance || std::fabs(1.0 - x) < metric_end_tolerance)
             return interpolate_ends(x, M0, M1, out);
         if (state_ == 0) state_ = prepare(M0, M1) ? 1 : -1;
-        double result[width];
-        if (state_ < 0 || !metric_kernels::interpolate_sizes_in_frame<Dim>(Q_, h0_, h1_, x, result)) return false;
-        std::memcpy(out, result, sizeof result);
-        return true;
+        // Straight into `out` (never one of the end metrics): a failure leaves zeros that the
+        // caller replaces.
+        return state_ > 0 && metric_kernels::interpolate_sizes_in_frame<Dim>(Q_, h0_, h1_, x, out);
     }
 
 private:
-    static constexpr unsigned width = Dim * (Dim + 1) / 2;
     // The reduced pair and its sizes; false when the pair cannot be reduced or its eigenvalues
     // are unusable, which no fraction can change.
     bool prepare(const double* M0, const double* M1) {
@@ -71,19 +69,16 @@ struct field_rules;
 template <unsigned Dim>
 struct field_rules<Dim, isotropic_sizes> {
     static constexpr unsigned width = 1;
+    static constexpr bool keeps_edge_lengths = false;
     struct grading {
         double h0, h1;
-    };
-    struct edge {
-        double length;
     };
     static double metric_length(const double* v, const double* f0, const double* f1) {
         double sq = 0.0;
         for (unsigned r = 0; r < Dim; ++r) sq += v[r] * v[r];
         return metric_length_1d(std::sqrt(sq), f0[0], f1[0], false);
     }
-    static edge measure_edge(const double* v, const double* f0, const double* f1) { return {metric_length(v, f0, f1)}; }
-    static grading edge_grading(const edge&, const double* f0, const double* f1) { return {f0[0], f1[0]}; }
+    static grading edge_grading(const double*, const double* f0, const double* f1) { return {f0[0], f1[0]}; }
     static double fraction(double t, const grading& g) { return progression_fraction(t, g.h0, g.h1); }
     // The size varies linearly in the physical fraction, as the size model has it.
     static void interpolate(double x, grading& g, double* out) { out[0] = g.h0 + (g.h1 - g.h0) * x; }
@@ -103,31 +98,26 @@ struct field_rules<Dim, anisotropic_metrics> {
         bool graded;
         edge_interpolation<Dim> between;
     };
-    // An edge's metric length with the directional factors it came from, l_i = sqrt(v^T M_i v)
-    // (set when both forms are positive), so that the grading needs no second look at the edge.
-    struct edge {
-        double length;
-        double l0, l1;
-        bool graded;
-    };
-    static edge measure_edge(const double* v, const double* f0, const double* f1) {
+    // Measuring costs two forms, two roots and a logarithmic mean per edge, so the passes keep
+    // each edge's metric length from the measure for the placement.
+    static constexpr bool keeps_edge_lengths = true;
+    static grading edge_grading(const double* v, const double* f0, const double* f1) {
+        const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
+        if (q0 > 0.0 && q1 > 0.0) return {f0, f1, std::sqrt(q0), std::sqrt(q1), true, {}};
+        return {f0, f1, 0.0, 0.0, false, {}};
+    }
+    static double metric_length(const double* v, const double* f0, const double* f1) {
         const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
         if (q0 > 0.0 && q1 > 0.0) {
             const double l0 = std::sqrt(q0), l1 = std::sqrt(q1);
-            return {metric_length_1d(l0 * l1, l0, l1, false), l0, l1, true};
+            return metric_length_1d(l0 * l1, l0, l1, false);
         }
         // Without two positive forms the size cannot vary along the edge: use the finer end
         // that is defined (|v| times its directional factor), or nothing.
         double q = 0.0;
         if (q0 > q) q = q0;
         if (q1 > q) q = q1;
-        return {std::sqrt(q), 0.0, 0.0, false};
-    }
-    static double metric_length(const double* v, const double* f0, const double* f1) {
-        return measure_edge(v, f0, f1).length;
-    }
-    static grading edge_grading(const edge& e, const double* f0, const double* f1) {
-        return {f0, f1, e.l0, e.l1, e.graded, {}};
+        return std::sqrt(q);
     }
     // An edge's length in a metric is |v| over the size along it, so the size ratio h1 / h0 of
     // the progression is l0 / l1.
@@ -253,6 +243,9 @@ constexpr unsigned sum_stride = 64;
 struct running_sums {
     dense1D<double> kept;    // S at nodes 0, stride, 2 stride, ...
     dense1D<unsigned> marks; // the reader's mark after each of those nodes
+    // Every edge's metric length, for the field kinds whose rules keep them (empty when memory
+    // is short: the placement then measures again).
+    dense1D<double> lengths;
 };
 
 template <unsigned Dim, class Kind, class Nodes>
@@ -261,8 +254,10 @@ bool measure(Nodes& nodes, running_sums& sums, double& length) {
     const unsigned n = nodes.size();
     const unsigned kept = (n - 1) / sum_stride + 1;
     if (!sums.kept.resize(kept) || !sums.marks.resize(kept)) return false;
+    if (!rules::keeps_edge_lengths || !sums.lengths.resize(n - 1)) sums.lengths.resize(0);
     double* S = sums.kept.data();
     unsigned* marks = sums.marks.data();
+    double* lengths = sums.lengths.size() ? sums.lengths.data() : nullptr;
     double a[Dim], b[Dim], v[Dim];
     nodes.point(0, a);
     double total = 0.0;
@@ -271,7 +266,9 @@ bool measure(Nodes& nodes, running_sums& sums, double& length) {
     for (unsigned i = 1; i < n; ++i) {
         nodes.point(i, b);
         for (unsigned r = 0; r < Dim; ++r) v[r] = b[r] - a[r];
-        total = total + rules::metric_length(v, nodes.field(i - 1), nodes.field(i));
+        const double edge_length = rules::metric_length(v, nodes.field(i - 1), nodes.field(i));
+        if (lengths) lengths[i - 1] = edge_length;
+        total = total + edge_length;
         if (i % sum_stride == 0) {
             S[i / sum_stride] = total;
             marks[i / sum_stride] = nodes.mark();
@@ -307,22 +304,31 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
     double P0[Dim], P1[Dim], v[Dim];
     unsigned j = 1;
     double S0 = 0.0, S1 = 0.0;
-    typename rules::edge e{};
-    // Edge j from the current P1 and S1, summed as the measure did; `e` keeps what its grading needs.
+    const double* lengths = sums.lengths.size() ? sums.lengths.data() : nullptr;
+    // Edge j from the current P1 and S1, summed as the measure did (with the measure's length
+    // when it was kept).
     auto step = [&] {
         for (unsigned r = 0; r < Dim; ++r) P0[r] = P1[r];
         S0 = S1;
         ++j;
         nodes.point(j, P1);
+        if (lengths) {
+            S1 = S0 + lengths[j - 1];
+            return;
+        }
         for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
-        e = rules::measure_edge(v, nodes.field(j - 1), nodes.field(j));
-        S1 = S0 + e.length;
+        S1 = S0 + rules::metric_length(v, nodes.field(j - 1), nodes.field(j));
+    };
+    // The grading of edge j, the one the stepping stopped at.
+    auto grade = [&] {
+        for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
+        return rules::edge_grading(v, nodes.field(j - 1), nodes.field(j));
     };
     nodes.resume(0);
     nodes.point(0, P1);
     j = 0;
     step();
-    typename rules::grading g = rules::edge_grading(e, nodes.field(0), nodes.field(1));
+    typename rules::grading g = grade();
 
     const double spacing = length / static_cast<double>(E);
     for (unsigned k = 1; k < m + 1; ++k) {
@@ -345,7 +351,7 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
             }
             do step();
             while (j + 1 < n && S1 < s);
-            g = rules::edge_grading(e, nodes.field(j - 1), nodes.field(j));
+            g = grade();
         }
         const double t = S1 > S0 ? (s - S0) / (S1 - S0) : 0.0;
         const double x = rules::fraction(t, g);
