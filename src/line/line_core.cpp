@@ -42,6 +42,13 @@ public:
         return state_ > 0 && metric_kernels::interpolate_sizes_in_frame<Dim>(Q_, h0_, h1_, x, out);
     }
 
+    // Reduces the pair now when a node at x will need it (an interior node of an edge not
+    // reduced yet), so that the reductions of several edges can be run back to back.
+    void prepare_for(double x, const double* M0, const double* M1) {
+        if (state_ == 0 && !(std::fabs(x) < metric_end_tolerance || std::fabs(1.0 - x) < metric_end_tolerance))
+            state_ = prepare(M0, M1) ? 1 : -1;
+    }
+
 private:
     // The reduced pair and its sizes; false when the pair cannot be reduced or its eigenvalues
     // are unusable, which no fraction can change.
@@ -82,6 +89,11 @@ struct field_rules<Dim, isotropic_sizes> {
     static double fraction(double t, const grading& g) { return progression_fraction(t, g.h0, g.h1); }
     // The size varies linearly in the physical fraction, as the size model has it.
     static void interpolate(double x, grading& g, double* out) { out[0] = g.h0 + (g.h1 - g.h0) * x; }
+    // Writes each node's size at once.
+    struct field_writer {
+        void interpolate(double x, grading& g, double* out) { field_rules::interpolate(x, g, out); }
+        void flush() {}
+    };
     static void cap(double* f, double limit) {
         if (limit < f[0]) f[0] = limit;
     }
@@ -96,15 +108,14 @@ struct field_rules<Dim, anisotropic_metrics> {
         const double* M1;
         double l0, l1;
         bool graded;
-        edge_interpolation<Dim> between;
     };
     // Measuring costs two forms, two roots and a logarithmic mean per edge, so the passes keep
     // each edge's metric length from the measure for the placement.
     static constexpr bool keeps_edge_lengths = true;
     static grading edge_grading(const double* v, const double* f0, const double* f1) {
         const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
-        if (q0 > 0.0 && q1 > 0.0) return {f0, f1, std::sqrt(q0), std::sqrt(q1), true, {}};
-        return {f0, f1, 0.0, 0.0, false, {}};
+        if (q0 > 0.0 && q1 > 0.0) return {f0, f1, std::sqrt(q0), std::sqrt(q1), true};
+        return {f0, f1, 0.0, 0.0, false};
     }
     static double metric_length(const double* v, const double* f0, const double* f1) {
         const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
@@ -122,9 +133,51 @@ struct field_rules<Dim, anisotropic_metrics> {
     // An edge's length in a metric is |v| over the size along it, so the size ratio h1 / h0 of
     // the progression is l0 / l1.
     static double fraction(double t, const grading& g) { return g.graded ? progression_fraction(t, g.l1, g.l0) : t; }
-    static void interpolate(double x, grading& g, double* out) {
-        if (!g.between.at(x, g.M0, g.M1, out)) std::memcpy(out, x <= 0.5 ? g.M0 : g.M1, width * sizeof(double));
-    }
+    // Queues the metric interpolations of a pass's nodes and runs them a batch at a time: the
+    // reductions of consecutive edges do not depend on each other, and run back to back they
+    // overlap instead of each waiting on its own chain of roots and divisions. An edge is known
+    // by its end metrics, which nothing writes during a pass.
+    class field_writer {
+    public:
+        void interpolate(double x, const grading& g, double* out) {
+            if (edges_ == 0 || slots_[edges_ - 1].M0 != g.M0 || slots_[edges_ - 1].M1 != g.M1)
+                slots_[edges_++] = {g.M0, g.M1, {}};
+            queue_[queued_++] = {x, out, edges_ - 1};
+            if (queued_ == batch) flush();
+        }
+        void flush() {
+            for (unsigned i = 0; i < queued_; ++i) {
+                edge& e = slots_[queue_[i].edge];
+                e.between.prepare_for(queue_[i].x, e.M0, e.M1);
+            }
+            for (unsigned i = 0; i < queued_; ++i) {
+                edge& e = slots_[queue_[i].edge];
+                const double x = queue_[i].x;
+                if (!e.between.at(x, e.M0, e.M1, queue_[i].out))
+                    std::memcpy(queue_[i].out, x <= 0.5 ? e.M0 : e.M1, width * sizeof(double));
+            }
+            // The last edge may receive more nodes in the next batch: keep it with its reduction.
+            if (edges_ > 1) slots_[0] = slots_[edges_ - 1];
+            if (edges_ > 0) edges_ = 1;
+            queued_ = 0;
+        }
+
+    private:
+        static constexpr unsigned batch = 32;
+        struct edge {
+            const double* M0;
+            const double* M1;
+            edge_interpolation<Dim> between;
+        };
+        struct node {
+            double x;
+            double* out;
+            unsigned edge;
+        };
+        edge slots_[batch + 1];
+        node queue_[batch];
+        unsigned edges_ = 0, queued_ = 0;
+    };
     // Raises the eigenvalues to at least 1 / limit^2; a metric the bounding refuses stays as it is.
     static void cap(double* f, double limit) {
         double m[width];
@@ -329,6 +382,7 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
     j = 0;
     step();
     typename rules::grading g = grade();
+    typename rules::field_writer fields;
 
     const double spacing = length / static_cast<double>(E);
     for (unsigned k = 1; k < m + 1; ++k) {
@@ -361,8 +415,9 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
             double* point = out.points + std::size_t(k - 1) * out.point_ld;
             for (unsigned r = 0; r < Dim; ++r) point[r] = P0[r] + (P1[r] - P0[r]) * x;
         }
-        rules::interpolate(x, g, out.fields + std::size_t(k - 1) * out.field_ld);
+        fields.interpolate(x, g, out.fields + std::size_t(k - 1) * out.field_ld);
     }
+    fields.flush();
 }
 
 } // namespace
