@@ -11,6 +11,10 @@
 #include <cfloat>
 #include <cmath>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace vx4 {
 namespace tessora1d {
 namespace detail {
@@ -23,6 +27,27 @@ constexpr double sqrt_of_smallest = 1.4916681462400413e-154;
 constexpr double sqrt_of_largest = 1.3407807929942596e154;
 constexpr double relative_tolerance = 1e-12;
 constexpr double degeneracy_tolerance = 1e-24;
+
+// Two quotients a[k] / b[k] and two roots sqrt(a[k]) (a[k] not negative), by one SSE2
+// instruction for both where the target has it. Each lane is the same correctly rounded IEEE
+// operation as the scalar one, so the bits do not depend on the path; what changes is that the
+// shared divide and root unit, the bottleneck of the reductions, is used once instead of twice.
+inline void divide_two(const double* a, const double* b, double* q) {
+#if defined(__SSE2__)
+    _mm_storeu_pd(q, _mm_div_pd(_mm_loadu_pd(a), _mm_loadu_pd(b)));
+#else
+    q[0] = a[0] / b[0];
+    q[1] = a[1] / b[1];
+#endif
+}
+inline void sqrt_two(const double* a, double* r) {
+#if defined(__SSE2__)
+    _mm_storeu_pd(r, _mm_sqrt_pd(_mm_loadu_pd(a)));
+#else
+    r[0] = std::sqrt(a[0]);
+    r[1] = std::sqrt(a[1]);
+#endif
+}
 
 constexpr unsigned packed_size(unsigned dim) { return dim * (dim + 1) / 2; }
 // Index of entry (row, col), row <= col, in the packed upper triangle.
@@ -68,7 +93,14 @@ inline bool are_valid_eigenvalues(const double* values) {
 // h = 1 / sqrt(lambda) for eigenvalues already known to be valid.
 template <unsigned Dim>
 inline void valid_eigenvalues_to_sizes(const double* values, double* sizes) {
-    for (unsigned k = 0; k < Dim; ++k) sizes[k] = 1.0 / std::sqrt(values[k]);
+    if constexpr (Dim == 2) {
+        const double ones[2] = {1.0, 1.0};
+        double roots[2];
+        sqrt_two(values, roots);
+        divide_two(ones, roots, sizes);
+    } else {
+        for (unsigned k = 0; k < Dim; ++k) sizes[k] = 1.0 / std::sqrt(values[k]);
+    }
 }
 
 template <unsigned Dim>
@@ -88,7 +120,13 @@ inline void eigenvalues_to_sizes(const double* values, double* sizes) {
 template <unsigned Dim>
 inline void sizes_to_eigenvalues(const double* sizes, double* values) {
     if (first_smallest<Dim>(sizes) > sqrt_of_smallest && first_largest<Dim>(sizes) < sqrt_of_largest) {
-        for (unsigned k = 0; k < Dim; ++k) values[k] = 1.0 / (sizes[k] * sizes[k]);
+        if constexpr (Dim == 2) {
+            const double ones[2] = {1.0, 1.0};
+            const double squares[2] = {sizes[0] * sizes[0], sizes[1] * sizes[1]};
+            divide_two(ones, squares, values);
+        } else {
+            for (unsigned k = 0; k < Dim; ++k) values[k] = 1.0 / (sizes[k] * sizes[k]);
+        }
         return;
     }
     for (unsigned k = 0; k < Dim; ++k) {
@@ -103,15 +141,24 @@ inline void sizes_to_eigenvalues(const double* sizes, double* values) {
 // the vectors can run side by side.
 template <unsigned Dim, unsigned Count>
 inline void normalize_unless_null(double* vectors) {
-    double length[Count];
+    double norm2[Count], length[Count];
     for (unsigned k = 0; k < Count; ++k) {
         const double* v = vectors + k * Dim;
-        double norm2 = 0.0;
-        for (unsigned i = 0; i < Dim; ++i) norm2 += v[i] * v[i];
-        length[k] = norm2 == 0.0 ? 1.0 : std::sqrt(norm2);
+        norm2[k] = 0.0;
+        for (unsigned i = 0; i < Dim; ++i) norm2[k] += v[i] * v[i];
     }
-    for (unsigned k = 0; k < Count; ++k)
-        for (unsigned i = 0; i < Dim; ++i) vectors[k * Dim + i] /= length[k];
+    if constexpr (Dim == 2 && Count == 2) {
+        sqrt_two(norm2, length);
+        for (unsigned k = 0; k < Count; ++k)
+            if (norm2[k] == 0.0) length[k] = 1.0;
+        const double first[2] = {length[0], length[0]}, second[2] = {length[1], length[1]};
+        divide_two(vectors, first, vectors);
+        divide_two(vectors + 2, second, vectors + 2);
+    } else {
+        for (unsigned k = 0; k < Count; ++k) length[k] = norm2[k] == 0.0 ? 1.0 : std::sqrt(norm2[k]);
+        for (unsigned k = 0; k < Count; ++k)
+            for (unsigned i = 0; i < Dim; ++i) vectors[k * Dim + i] /= length[k];
+    }
 }
 
 // v^T M v summed entry by entry over the full matrix (both off-diagonal products), the order
@@ -205,10 +252,9 @@ inline void invert_directions(const double* P, double* Q) {
             for (unsigned i = 0; i < 4; ++i) Q[i] = 0.0;
             return;
         }
-        Q[0] = P[3] / det;
-        Q[1] = -P[2] / det;
-        Q[2] = -P[1] / det;
-        Q[3] = P[0] / det;
+        const double numerators[4] = {P[3], -P[2], -P[1], P[0]}, dets[2] = {det, det};
+        divide_two(numerators, dets, Q);
+        divide_two(numerators + 2, dets, Q + 2);
     } else {
         double det = 0.0;
         invert_3x3(P, Q, det);
