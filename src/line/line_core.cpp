@@ -113,22 +113,25 @@ struct field_rules<Dim, anisotropic_metrics> {
     // each edge's metric length from the measure for the placement.
     static constexpr bool keeps_edge_lengths = true;
     static grading edge_grading(const double* v, const double* f0, const double* f1) {
-        const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
-        if (q0 > 0.0 && q1 > 0.0) return {f0, f1, std::sqrt(q0), std::sqrt(q1), true};
-        return {f0, f1, 0.0, 0.0, false};
+        const double q[2] = {quadratic_form<Dim>(f0, v), quadratic_form<Dim>(f1, v)};
+        if (!(q[0] > 0.0 && q[1] > 0.0)) return {f0, f1, 0.0, 0.0, false};
+        double l[2];
+        metric_kernels::sqrt_two(q, l);
+        return {f0, f1, l[0], l[1], true};
     }
     static double metric_length(const double* v, const double* f0, const double* f1) {
-        const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
-        if (q0 > 0.0 && q1 > 0.0) {
-            const double l0 = std::sqrt(q0), l1 = std::sqrt(q1);
-            return metric_length_1d(l0 * l1, l0, l1, false);
+        const double q[2] = {quadratic_form<Dim>(f0, v), quadratic_form<Dim>(f1, v)};
+        if (q[0] > 0.0 && q[1] > 0.0) {
+            double l[2];
+            metric_kernels::sqrt_two(q, l);
+            return metric_length_1d(l[0] * l[1], l[0], l[1], false);
         }
         // Without two positive forms the size cannot vary along the edge: use the finer end
         // that is defined (|v| times its directional factor), or nothing.
-        double q = 0.0;
-        if (q0 > q) q = q0;
-        if (q1 > q) q = q1;
-        return std::sqrt(q);
+        double finer = 0.0;
+        if (q[0] > finer) finer = q[0];
+        if (q[1] > finer) finer = q[1];
+        return std::sqrt(finer);
     }
     // An edge's length in a metric is |v| over the size along it, so the size ratio h1 / h0 of
     // the progression is l0 / l1.
