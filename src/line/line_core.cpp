@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 namespace vx4 {
@@ -295,6 +296,14 @@ struct chain_nodes {
 // below 63 edges per new node.
 constexpr unsigned sum_stride = 64;
 
+// Whether a pass reads the previous pass's chain. Such a pass places about one node per edge,
+// so it steps over every edge and the kept lengths pay; the caller's polyline may be far denser
+// than the mesh, and there they would cost memory for little.
+template <class Nodes>
+struct reads_chain : std::false_type {};
+template <unsigned Dim>
+struct reads_chain<chain_nodes<Dim>> : std::true_type {};
+
 struct running_sums {
     dense1D<double> kept;    // S at nodes 0, stride, 2 stride, ...
     dense1D<unsigned> marks; // the reader's mark after each of those nodes
@@ -309,7 +318,7 @@ bool measure(Nodes& nodes, running_sums& sums, double& length) {
     const unsigned n = nodes.size();
     const unsigned kept = (n - 1) / sum_stride + 1;
     if (!sums.kept.resize(kept) || !sums.marks.resize(kept)) return false;
-    if (!rules::keeps_edge_lengths || !sums.lengths.resize(n - 1)) sums.lengths.resize(0);
+    if (!(rules::keeps_edge_lengths && reads_chain<Nodes>::value) || !sums.lengths.resize(n - 1)) sums.lengths.resize(0);
     double* S = sums.kept.data();
     unsigned* marks = sums.marks.data();
     double* lengths = sums.lengths.size() ? sums.lengths.data() : nullptr;
