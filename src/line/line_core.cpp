@@ -307,8 +307,8 @@ struct reads_chain<chain_nodes<Dim>> : std::true_type {};
 struct running_sums {
     dense1D<double> kept;    // S at nodes 0, stride, 2 stride, ...
     dense1D<unsigned> marks; // the reader's mark after each of those nodes
-    // Every edge's metric length, for the field kinds whose rules keep them (empty when memory
-    // is short: the placement then measures again).
+    // Every edge's metric length, in the passes that keep them (else empty: the placement
+    // measures the edges it steps over again).
     dense1D<double> lengths;
 };
 
@@ -317,8 +317,8 @@ bool measure(Nodes& nodes, running_sums& sums, double& length) {
     using rules = field_rules<Dim, Kind>;
     const unsigned n = nodes.size();
     const unsigned kept = (n - 1) / sum_stride + 1;
-    if (!sums.kept.resize(kept) || !sums.marks.resize(kept)) return false;
-    if (!(rules::keeps_edge_lengths && reads_chain<Nodes>::value) || !sums.lengths.resize(n - 1)) sums.lengths.resize(0);
+    const unsigned edges = rules::keeps_edge_lengths && reads_chain<Nodes>::value ? n - 1 : 0;
+    if (!sums.kept.resize(kept) || !sums.marks.resize(kept) || !sums.lengths.resize(edges)) return false;
     double* S = sums.kept.data();
     unsigned* marks = sums.marks.data();
     double* lengths = sums.lengths.size() ? sums.lengths.data() : nullptr;
