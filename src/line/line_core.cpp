@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <type_traits>
 #include <utility>
 
 namespace vx4 {
@@ -76,7 +75,6 @@ struct field_rules;
 template <unsigned Dim>
 struct field_rules<Dim, isotropic_sizes> {
     static constexpr unsigned width = 1;
-    static constexpr bool keeps_edge_lengths = false;
     struct grading {
         double h0, h1;
     };
@@ -85,7 +83,11 @@ struct field_rules<Dim, isotropic_sizes> {
         for (unsigned r = 0; r < Dim; ++r) sq += v[r] * v[r];
         return metric_length_1d(std::sqrt(sq), f0[0], f1[0], false);
     }
-    static grading edge_grading(const double*, const double* f0, const double* f1) { return {f0[0], f1[0]}; }
+    struct edge {
+        double length;
+    };
+    static edge measure_edge(const double* v, const double* f0, const double* f1) { return {metric_length(v, f0, f1)}; }
+    static grading edge_grading(const edge&, const double* f0, const double* f1) { return {f0[0], f1[0]}; }
     static double fraction(double t, const grading& g) { return progression_fraction(t, g.h0, g.h1); }
     // The size varies linearly in the physical fraction, as the size model has it.
     static void interpolate(double x, grading& g, double* out) { out[0] = g.h0 + (g.h1 - g.h0) * x; }
@@ -109,29 +111,32 @@ struct field_rules<Dim, anisotropic_metrics> {
         double l0, l1;
         bool graded;
     };
-    // Measuring costs two forms, two roots and a logarithmic mean per edge, so the passes keep
-    // each edge's metric length from the measure for the placement.
-    static constexpr bool keeps_edge_lengths = true;
-    static grading edge_grading(const double* v, const double* f0, const double* f1) {
-        const double q[2] = {quadratic_form<Dim>(f0, v), quadratic_form<Dim>(f1, v)};
-        if (!(q[0] > 0.0 && q[1] > 0.0)) return {f0, f1, 0.0, 0.0, false};
-        double l[2];
-        metric_kernels::sqrt_two(q, l);
-        return {f0, f1, l[0], l[1], true};
-    }
-    static double metric_length(const double* v, const double* f0, const double* f1) {
+    // An edge's metric length with the directional factors it came from, l_i = sqrt(v^T M_i v)
+    // (set when both forms are positive), so that its grading needs no second look at the edge.
+    struct edge {
+        double length;
+        double l0, l1;
+        bool graded;
+    };
+    static edge measure_edge(const double* v, const double* f0, const double* f1) {
         const double q[2] = {quadratic_form<Dim>(f0, v), quadratic_form<Dim>(f1, v)};
         if (q[0] > 0.0 && q[1] > 0.0) {
             double l[2];
             metric_kernels::sqrt_two(q, l);
-            return metric_length_1d(l[0] * l[1], l[0], l[1], false);
+            return {metric_length_1d(l[0] * l[1], l[0], l[1], false), l[0], l[1], true};
         }
         // Without two positive forms the size cannot vary along the edge: use the finer end
         // that is defined (|v| times its directional factor), or nothing.
         double finer = 0.0;
         if (q[0] > finer) finer = q[0];
         if (q[1] > finer) finer = q[1];
-        return std::sqrt(finer);
+        return {std::sqrt(finer), 0.0, 0.0, false};
+    }
+    static double metric_length(const double* v, const double* f0, const double* f1) {
+        return measure_edge(v, f0, f1).length;
+    }
+    static grading edge_grading(const edge& e, const double* f0, const double* f1) {
+        return {f0, f1, e.l0, e.l1, e.graded};
     }
     // An edge's length in a metric is |v| over the size along it, so the size ratio h1 / h0 of
     // the progression is l0 / l1.
@@ -296,20 +301,9 @@ struct chain_nodes {
 // below 63 edges per new node.
 constexpr unsigned sum_stride = 64;
 
-// Whether a pass reads the previous pass's chain. Such a pass places about one node per edge,
-// so it steps over every edge and the kept lengths pay; the caller's polyline may be far denser
-// than the mesh, and there they would cost memory for little.
-template <class Nodes>
-struct reads_chain : std::false_type {};
-template <unsigned Dim>
-struct reads_chain<chain_nodes<Dim>> : std::true_type {};
-
 struct running_sums {
     dense1D<double> kept;    // S at nodes 0, stride, 2 stride, ...
     dense1D<unsigned> marks; // the reader's mark after each of those nodes
-    // Every edge's metric length, in the passes that keep them (else empty: the placement
-    // measures the edges it steps over again).
-    dense1D<double> lengths;
 };
 
 template <unsigned Dim, class Kind, class Nodes>
@@ -317,11 +311,9 @@ bool measure(Nodes& nodes, running_sums& sums, double& length) {
     using rules = field_rules<Dim, Kind>;
     const unsigned n = nodes.size();
     const unsigned kept = (n - 1) / sum_stride + 1;
-    const unsigned edges = rules::keeps_edge_lengths && reads_chain<Nodes>::value ? n - 1 : 0;
-    if (!sums.kept.resize(kept) || !sums.marks.resize(kept) || !sums.lengths.resize(edges)) return false;
+    if (!sums.kept.resize(kept) || !sums.marks.resize(kept)) return false;
     double* S = sums.kept.data();
     unsigned* marks = sums.marks.data();
-    double* lengths = sums.lengths.size() ? sums.lengths.data() : nullptr;
     double a[Dim], b[Dim], v[Dim];
     nodes.point(0, a);
     double total = 0.0;
@@ -330,9 +322,7 @@ bool measure(Nodes& nodes, running_sums& sums, double& length) {
     for (unsigned i = 1; i < n; ++i) {
         nodes.point(i, b);
         for (unsigned r = 0; r < Dim; ++r) v[r] = b[r] - a[r];
-        const double edge_length = rules::metric_length(v, nodes.field(i - 1), nodes.field(i));
-        if (lengths) lengths[i - 1] = edge_length;
-        total = total + edge_length;
+        total = total + rules::metric_length(v, nodes.field(i - 1), nodes.field(i));
         if (i % sum_stride == 0) {
             S[i / sum_stride] = total;
             marks[i / sum_stride] = nodes.mark();
@@ -365,34 +355,39 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
     const unsigned* marks = sums.marks.data();
     const unsigned long long nkept = sums.kept.size();
 
-    double P0[Dim], P1[Dim], v[Dim];
+    double P0[Dim], P1[Dim], ahead[Dim] = {}, v[Dim];
     unsigned j = 1;
     double S0 = 0.0, S1 = 0.0;
-    const double* lengths = sums.lengths.size() ? sums.lengths.data() : nullptr;
-    // Edge j from the current P1 and S1, summed as the measure did (with the measure's length
-    // when it was kept).
+    typename rules::edge e{}, next{};
+    bool measured_ahead = false;
+    // Edge j from the current P1 and S1, summed as the measure did. Each step also measures the
+    // edge after it, so that the sum the stepping compares with is ready when it is needed
+    // instead of waiting on the roots and quotients of its own edge.
     auto step = [&] {
         for (unsigned r = 0; r < Dim; ++r) P0[r] = P1[r];
         S0 = S1;
         ++j;
-        nodes.point(j, P1);
-        if (lengths) {
-            S1 = S0 + lengths[j - 1];
-            return;
+        if (measured_ahead) {
+            for (unsigned r = 0; r < Dim; ++r) P1[r] = ahead[r];
+            e = next;
+        } else {
+            nodes.point(j, P1);
+            for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
+            e = rules::measure_edge(v, nodes.field(j - 1), nodes.field(j));
         }
-        for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
-        S1 = S0 + rules::metric_length(v, nodes.field(j - 1), nodes.field(j));
-    };
-    // The grading of edge j, the one the stepping stopped at.
-    auto grade = [&] {
-        for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
-        return rules::edge_grading(v, nodes.field(j - 1), nodes.field(j));
+        S1 = S0 + e.length;
+        measured_ahead = j + 1 < n;
+        if (measured_ahead) {
+            nodes.point(j + 1, ahead);
+            for (unsigned r = 0; r < Dim; ++r) v[r] = ahead[r] - P1[r];
+            next = rules::measure_edge(v, nodes.field(j), nodes.field(j + 1));
+        }
     };
     nodes.resume(0);
     nodes.point(0, P1);
     j = 0;
     step();
-    typename rules::grading g = grade();
+    typename rules::grading g = rules::edge_grading(e, nodes.field(0), nodes.field(1));
     typename rules::field_writer fields;
 
     const double spacing = length / static_cast<double>(E);
@@ -413,10 +408,11 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
                 nodes.point(static_cast<unsigned>(c), P1);
                 S1 = kept[c / sum_stride];
                 j = static_cast<unsigned>(c);
+                measured_ahead = false;
             }
             do step();
             while (j + 1 < n && S1 < s);
-            g = grade();
+            g = rules::edge_grading(e, nodes.field(j - 1), nodes.field(j));
         }
         const double t = S1 > S0 ? (s - S0) / (S1 - S0) : 0.0;
         const double x = rules::fraction(t, g);
