@@ -5,12 +5,12 @@
 #include "geometry/kernels.h"
 #include "geometry/parameter_search.h"
 #include "metrics/metric_algebra.h"
+#include "metrics/metric_kernels.h"
 #include "line/size_model.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <type_traits>
 #include <utility>
 
 namespace vx4 {
@@ -26,34 +26,35 @@ bool bound_metric_sizes(double* M, double hmin, double hmax) {
     else return bound_metric_sizes_3d(M, hmin, hmax);
 }
 
-// The metric interpolation between the end metrics of one edge, reducing the pair only once
-// however many nodes the edge receives (the result is that of interpolate_metric_2d / _3d).
+// The metric interpolation between the end metrics of one edge, reducing the pair and taking
+// the sizes along the common directions only once however many nodes the edge receives (the
+// result is that of interpolate_metric_2d / _3d).
 template <unsigned Dim>
 class edge_interpolation {
 public:
     bool at(double x, const double* M0, const double* M1, double* out) {
         if (std::fabs(x) < metric_end_tolerance || std::fabs(1.0 - x) < metric_end_tolerance)
             return interpolate_ends(x, M0, M1, out);
-        if (state_ == 0) state_ = reduce(M0, M1, record_) ? 1 : -1;
-        double result[Dim * (Dim + 1) / 2];
-        if (state_ < 0 || !interpolate(record_, x, result)) return false;
-        std::memcpy(out, result, sizeof result);
-        return true;
+        if (state_ == 0) state_ = prepare(M0, M1) ? 1 : -1;
+        // Straight into `out` (never one of the end metrics): a failure leaves zeros that the
+        // caller replaces.
+        return state_ > 0 && metric_kernels::interpolate_sizes_in_frame<Dim>(Q_, h0_, h1_, x, out);
+    }
+
+    // Reduces the pair now when a node at x will need it (an interior node of an edge not
+    // reduced yet), so that the reductions of several edges can be run back to back.
+    void prepare_for(double x, const double* M0, const double* M1) {
+        if (state_ == 0 && !(std::fabs(x) < metric_end_tolerance || std::fabs(1.0 - x) < metric_end_tolerance))
+            state_ = prepare(M0, M1) ? 1 : -1;
     }
 
 private:
-    using record_type = typename std::conditional<Dim == 2, reduced_metric_pair_2d, reduced_metric_pair_3d>::type;
-    static bool reduce(const double* M0, const double* M1, reduced_metric_pair_2d& r) {
-        return reduce_metric_pair_2d(M0, M1, r);
-    }
-    static bool reduce(const double* M0, const double* M1, reduced_metric_pair_3d& r) {
-        return reduce_metric_pair_3d(M0, M1, r);
-    }
-    static bool interpolate(const reduced_metric_pair_2d& r, double x, double* out) {
-        return interpolate_reduced_metric_2d(r, x, out);
-    }
-    static bool interpolate(const reduced_metric_pair_3d& r, double x, double* out) {
-        return interpolate_reduced_metric_3d(r, x, out);
+    // The reduced pair and its sizes; false when the pair cannot be reduced or its eigenvalues
+    // are unusable, which no fraction can change.
+    bool prepare(const double* M0, const double* M1) {
+        double lambda0[Dim], lambda1[Dim];
+        return metric_kernels::reduce_metric_pair<Dim>(M0, M1, Q_, lambda0, lambda1) &&
+               metric_kernels::common_frame_sizes<Dim>(lambda0, lambda1, h0_, h1_);
     }
     // At an end the metric is copied as it is.
     static bool interpolate_ends(double x, const double* M0, const double* M1, double* out) {
@@ -61,8 +62,9 @@ private:
         return interpolate_metric_3d(x, M0, M1, out);
     }
 
-    int state_ = 0; // 0 not reduced yet, 1 reduced, -1 cannot be reduced
-    record_type record_{};
+    int state_ = 0; // 0 not prepared yet, 1 prepared, -1 cannot be interpolated
+    double Q_[Dim * Dim];
+    double h0_[Dim], h1_[Dim];
 };
 
 // What differs between the field kinds: the metric length of an edge, the grading that places
@@ -73,7 +75,7 @@ struct field_rules;
 template <unsigned Dim>
 struct field_rules<Dim, isotropic_sizes> {
     static constexpr unsigned width = 1;
-    static constexpr bool grading_reads_edge = false; // the grading needs the edge's vector
+    static constexpr bool grading_reads_edge = false; // whether the grading needs the edge's vector
     struct grading {
         double h0, h1;
     };
@@ -82,10 +84,19 @@ struct field_rules<Dim, isotropic_sizes> {
         for (unsigned r = 0; r < Dim; ++r) sq += v[r] * v[r];
         return metric_length_1d(std::sqrt(sq), f0[0], f1[0], false);
     }
-    static grading edge_grading(const double*, const double* f0, const double* f1) { return {f0[0], f1[0]}; }
+    struct edge {
+        double length;
+    };
+    static edge measure_edge(const double* v, const double* f0, const double* f1) { return {metric_length(v, f0, f1)}; }
+    static grading edge_grading(const edge&, const double* f0, const double* f1) { return {f0[0], f1[0]}; }
     static double fraction(double t, const grading& g) { return progression_fraction(t, g.h0, g.h1); }
     // The size varies linearly in the physical fraction, as the size model has it.
     static void interpolate(double x, grading& g, double* out) { out[0] = g.h0 + (g.h1 - g.h0) * x; }
+    // Writes each node's size at once.
+    struct field_writer {
+        void interpolate(double x, grading& g, double* out) { field_rules::interpolate(x, g, out); }
+        void flush() {}
+    };
     static void cap(double* f, double limit) {
         if (limit < f[0]) f[0] = limit;
     }
@@ -101,32 +112,82 @@ struct field_rules<Dim, anisotropic_metrics> {
         const double* M1;
         double l0, l1;
         bool graded;
-        edge_interpolation<Dim> between;
     };
-    static grading edge_grading(const double* v, const double* f0, const double* f1) {
-        const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
-        if (q0 > 0.0 && q1 > 0.0) return {f0, f1, std::sqrt(q0), std::sqrt(q1), true, {}};
-        return {f0, f1, 0.0, 0.0, false, {}};
-    }
-    static double metric_length(const double* v, const double* f0, const double* f1) {
-        const double q0 = quadratic_form<Dim>(f0, v), q1 = quadratic_form<Dim>(f1, v);
-        if (q0 > 0.0 && q1 > 0.0) {
-            const double l0 = std::sqrt(q0), l1 = std::sqrt(q1);
-            return metric_length_1d(l0 * l1, l0, l1, false);
+    // An edge's metric length with the directional factors it came from, l_i = sqrt(v^T M_i v)
+    // (set when both forms are positive), so that its grading needs no second look at the edge.
+    struct edge {
+        double length;
+        double l0, l1;
+        bool graded;
+    };
+    static edge measure_edge(const double* v, const double* f0, const double* f1) {
+        const double q[2] = {quadratic_form<Dim>(f0, v), quadratic_form<Dim>(f1, v)};
+        if (q[0] > 0.0 && q[1] > 0.0) {
+            double l[2];
+            metric_kernels::sqrt_two(q, l);
+            return {metric_length_1d(l[0] * l[1], l[0], l[1], false), l[0], l[1], true};
         }
         // Without two positive forms the size cannot vary along the edge: use the finer end
         // that is defined (|v| times its directional factor), or nothing.
-        double q = 0.0;
-        if (q0 > q) q = q0;
-        if (q1 > q) q = q1;
-        return std::sqrt(q);
+        double finer = 0.0;
+        if (q[0] > finer) finer = q[0];
+        if (q[1] > finer) finer = q[1];
+        return {std::sqrt(finer), 0.0, 0.0, false};
+    }
+    static double metric_length(const double* v, const double* f0, const double* f1) {
+        return measure_edge(v, f0, f1).length;
+    }
+    static grading edge_grading(const edge& e, const double* f0, const double* f1) {
+        return {f0, f1, e.l0, e.l1, e.graded};
     }
     // An edge's length in a metric is |v| over the size along it, so the size ratio h1 / h0 of
     // the progression is l0 / l1.
     static double fraction(double t, const grading& g) { return g.graded ? progression_fraction(t, g.l1, g.l0) : t; }
-    static void interpolate(double x, grading& g, double* out) {
-        if (!g.between.at(x, g.M0, g.M1, out)) std::memcpy(out, x <= 0.5 ? g.M0 : g.M1, width * sizeof(double));
-    }
+    // Queues the metric interpolations of a pass's nodes and runs them a batch at a time: the
+    // reductions of consecutive edges do not depend on each other, and run back to back they
+    // overlap instead of each waiting on its own chain of roots and divisions. An edge is known
+    // by its end metrics, which nothing writes during a pass.
+    class field_writer {
+    public:
+        void interpolate(double x, const grading& g, double* out) {
+            if (edges_ == 0 || slots_[edges_ - 1].M0 != g.M0 || slots_[edges_ - 1].M1 != g.M1)
+                slots_[edges_++] = {g.M0, g.M1, {}};
+            queue_[queued_++] = {x, out, edges_ - 1};
+            if (queued_ == batch) flush();
+        }
+        void flush() {
+            for (unsigned i = 0; i < queued_; ++i) {
+                edge& e = slots_[queue_[i].edge];
+                e.between.prepare_for(queue_[i].x, e.M0, e.M1);
+            }
+            for (unsigned i = 0; i < queued_; ++i) {
+                edge& e = slots_[queue_[i].edge];
+                const double x = queue_[i].x;
+                if (!e.between.at(x, e.M0, e.M1, queue_[i].out))
+                    std::memcpy(queue_[i].out, x <= 0.5 ? e.M0 : e.M1, width * sizeof(double));
+            }
+            // The last edge may receive more nodes in the next batch: keep it with its reduction.
+            if (edges_ > 1) slots_[0] = slots_[edges_ - 1];
+            if (edges_ > 0) edges_ = 1;
+            queued_ = 0;
+        }
+
+    private:
+        static constexpr unsigned batch = 32;
+        struct edge {
+            const double* M0;
+            const double* M1;
+            edge_interpolation<Dim> between;
+        };
+        struct node {
+            double x;
+            double* out;
+            unsigned edge;
+        };
+        edge slots_[batch + 1];
+        node queue_[batch];
+        unsigned edges_ = 0, queued_ = 0;
+    };
     // Raises the eigenvalues to at least 1 / limit^2; a metric the bounding refuses stays as it is.
     static void cap(double* f, double limit) {
         double m[width];
@@ -245,9 +306,11 @@ struct chain_nodes {
 // below 63 edges per new node.
 constexpr unsigned sum_stride = 64;
 
-// A chain's edges are also kept one by one: a chain has about as many nodes as it gets new ones,
-// so their metric lengths cost a fraction of the pass's own output, and placing then adds them up
-// instead of putting each chain node back on the polyline and measuring its edge again.
+// An isotropic chain's edges are also kept one by one: a chain has about as many nodes as it gets
+// new ones, so their lengths cost a fraction of the pass's own output, and placing then adds them
+// up instead of putting each chain node back on the polyline and measuring its edge again. An
+// anisotropic chain's grading reads each edge's vector anyway, and its output is large enough that
+// kept lengths would pass twice the result's memory, so its edges are measured again.
 struct running_sums {
     dense1D<double> kept;    // S at nodes 0, stride, 2 stride, ...
     dense1D<unsigned> marks; // the reader's mark after each of those nodes
@@ -307,29 +370,53 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
     const unsigned* marks = sums.marks.data();
     const unsigned long long nkept = sums.kept.size();
 
-    // With the edges' lengths kept, the nodes' coordinates are read only when the grading or the
-    // output needs them.
+    // With the edges' lengths kept, the nodes' coordinates are read only when the output needs
+    // them (lengths are kept only where the grading does not read the edge).
     const double* edges = sums.edges.size() == n - 1 ? sums.edges.data() : nullptr;
-    const bool read_points = !edges || rules::grading_reads_edge || out.points;
-    double P0[Dim] = {}, P1[Dim] = {}, v[Dim] = {};
+    const bool read_points = !edges || out.points;
+    double P0[Dim] = {}, P1[Dim] = {}, ahead[Dim] = {}, v[Dim] = {};
     unsigned j = 1;
     double S0 = 0.0, S1 = 0.0;
-    // Edge j from the current P1 and S1, summed as the measure did.
+    typename rules::edge e{}, next{};
+    bool measured_ahead = false;
+    // Edge j from the current P1 and S1, summed as the measure did: its kept length, or measured
+    // again. A measuring step also measures the edge after it, so that the sum the stepping
+    // compares with is ready when it is needed instead of waiting on the roots and quotients of
+    // its own edge.
     auto step = [&] {
         S0 = S1;
         ++j;
-        if (read_points) {
-            for (unsigned r = 0; r < Dim; ++r) P0[r] = P1[r];
+        if (edges) {
+            if (read_points) {
+                for (unsigned r = 0; r < Dim; ++r) P0[r] = P1[r];
+                nodes.point(j, P1);
+            }
+            S1 = S0 + edges[j - 1];
+            return;
+        }
+        for (unsigned r = 0; r < Dim; ++r) P0[r] = P1[r];
+        if (measured_ahead) {
+            for (unsigned r = 0; r < Dim; ++r) P1[r] = ahead[r];
+            e = next;
+        } else {
             nodes.point(j, P1);
             for (unsigned r = 0; r < Dim; ++r) v[r] = P1[r] - P0[r];
+            e = rules::measure_edge(v, nodes.field(j - 1), nodes.field(j));
         }
-        S1 = S0 + (edges ? edges[j - 1] : rules::metric_length(v, nodes.field(j - 1), nodes.field(j)));
+        S1 = S0 + e.length;
+        measured_ahead = j + 1 < n;
+        if (measured_ahead) {
+            nodes.point(j + 1, ahead);
+            for (unsigned r = 0; r < Dim; ++r) v[r] = ahead[r] - P1[r];
+            next = rules::measure_edge(v, nodes.field(j), nodes.field(j + 1));
+        }
     };
     nodes.resume(0);
     if (read_points) nodes.point(0, P1);
     j = 0;
     step();
-    typename rules::grading g = rules::edge_grading(v, nodes.field(0), nodes.field(1));
+    typename rules::grading g = rules::edge_grading(e, nodes.field(0), nodes.field(1));
+    typename rules::field_writer fields;
 
     const double spacing = length / static_cast<double>(E);
     for (unsigned k = 1; k < m + 1; ++k) {
@@ -349,10 +436,11 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
                 if (read_points) nodes.point(static_cast<unsigned>(c), P1);
                 S1 = kept[c / sum_stride];
                 j = static_cast<unsigned>(c);
+                measured_ahead = false;
             }
             do step();
             while (j + 1 < n && S1 < s);
-            g = rules::edge_grading(v, nodes.field(j - 1), nodes.field(j));
+            g = rules::edge_grading(e, nodes.field(j - 1), nodes.field(j));
         }
         const double t = S1 > S0 ? (s - S0) / (S1 - S0) : 0.0;
         const double x = rules::fraction(t, g);
@@ -362,8 +450,9 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
             double* point = out.points + std::size_t(k - 1) * out.point_ld;
             for (unsigned r = 0; r < Dim; ++r) point[r] = P0[r] + (P1[r] - P0[r]) * x;
         }
-        rules::interpolate(x, g, out.fields + std::size_t(k - 1) * out.field_ld);
+        fields.interpolate(x, g, out.fields + std::size_t(k - 1) * out.field_ld);
     }
+    fields.flush();
 }
 
 } // namespace
@@ -440,6 +529,7 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
     };
 
     running_sums sums;
+    constexpr bool keep_chain_edges = !field_rules<Dim, Kind>::grading_reads_edge;
     unsigned long long previous = largest_unsigned;
     for (unsigned pass = 1;; ++pass) {
         caller_nodes<Dim> polyline{caller};
@@ -447,7 +537,7 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
                                         chain.spare_params.size(), {&caller}};
         double L = 0.0;
         const bool measured = pass == 1 ? measure<Dim, Kind>(polyline, sums, L, false)
-                                        : measure<Dim, Kind>(previous_chain, sums, L, true);
+                                        : measure<Dim, Kind>(previous_chain, sums, L, keep_chain_edges);
         if (!measured) return -199;
         const unsigned long long E = element_count(L, options.even, options.nmin, options.nmax);
         if ((E + 1) * (Dim > K ? Dim : K) > largest_unsigned) return -199;

@@ -3,10 +3,10 @@
 #include "metrics/metric_algebra.h"
 
 #include "geometry/kernels.h"
+#include "metrics/metric_kernels.h"
 
 #include <vx4/lapack.h>
 
-#include <cfloat>
 #include <cmath>
 
 namespace vx4 {
@@ -15,99 +15,12 @@ namespace detail {
 
 namespace {
 
-// DBL_MAX stands both for an infinitely fine eigenvalue and for an infinite size.
-constexpr double largest = DBL_MAX;
-// Beyond these, h * h under- or overflows.
-constexpr double sqrt_of_smallest = 1.4916681462400413e-154;
-constexpr double sqrt_of_largest = 1.3407807929942596e154;
-constexpr double relative_tolerance = 1e-12;
-constexpr double degeneracy_tolerance = 1e-24;
-
-constexpr unsigned packed_size(unsigned dim) { return dim * (dim + 1) / 2; }
-// Index of entry (row, col), row <= col, in the packed upper triangle.
-constexpr unsigned packed_index(unsigned row, unsigned col) { return col * (col + 1) / 2 + row; }
-// Entry (row, col) of a packed symmetric matrix, either triangle.
-inline double packed_entry(const double* packed, unsigned row, unsigned col) {
-    return row <= col ? packed[packed_index(row, col)] : packed[packed_index(col, row)];
-}
-
-template <unsigned Dim>
-void metric_from_eigen(const double* vectors, const double* values, double* packed) {
-    for (unsigned i = 0; i < Dim; ++i)
-        for (unsigned j = 0; j <= i; ++j) {
-            double sum = 0.0;
-            for (unsigned k = 0; k < Dim; ++k) sum += values[k] * vectors[k * Dim + i] * vectors[k * Dim + j];
-            packed[packed_index(j, i)] = sum;
-        }
-}
-
-// The scans keep the first value unless a later one is strictly smaller (larger), so a NaN in
-// front fails the test while the sentinels behave as plain numbers.
-template <unsigned Dim>
-double first_smallest(const double* values) {
-    double smallest = values[0];
-    for (unsigned k = 1; k < Dim; ++k)
-        if (values[k] < smallest) smallest = values[k];
-    return smallest;
-}
-template <unsigned Dim>
-double first_largest(const double* values) {
-    double biggest = values[0];
-    for (unsigned k = 1; k < Dim; ++k)
-        if (values[k] > biggest) biggest = values[k];
-    return biggest;
-}
-
-template <unsigned Dim>
-bool are_valid_eigenvalues(const double* values) {
-    if (!(0.0 < first_smallest<Dim>(values))) return false;
-    return first_largest<Dim>(values) < largest;
-}
-
-template <unsigned Dim>
-void eigenvalues_to_sizes(const double* values, double* sizes) {
-    if (are_valid_eigenvalues<Dim>(values)) {
-        for (unsigned k = 0; k < Dim; ++k) sizes[k] = 1.0 / std::sqrt(values[k]);
-        return;
-    }
-    // The sentinels map onto each other; a negative value yields a NaN that callers must see.
-    for (unsigned k = 0; k < Dim; ++k) {
-        if (values[k] == 0.0) sizes[k] = largest;
-        else if (values[k] == largest) sizes[k] = 0.0;
-        else sizes[k] = 1.0 / std::sqrt(values[k]);
-    }
-}
-
-template <unsigned Dim>
-void sizes_to_eigenvalues(const double* sizes, double* values) {
-    if (first_smallest<Dim>(sizes) > sqrt_of_smallest && first_largest<Dim>(sizes) < sqrt_of_largest) {
-        for (unsigned k = 0; k < Dim; ++k) values[k] = 1.0 / (sizes[k] * sizes[k]);
-        return;
-    }
-    for (unsigned k = 0; k < Dim; ++k) {
-        if (sizes[k] < sqrt_of_smallest) values[k] = largest;
-        else if (sizes[k] > sqrt_of_largest) values[k] = 0.0;
-        else values[k] = 1.0 / (sizes[k] * sizes[k]);
-    }
-}
-
-// Divides the vector by its length unless it is null or already of unit length.
-template <unsigned Dim>
-void normalize_unless_null_or_unit(double* v) {
-    double norm2 = 0.0;
-    for (unsigned i = 0; i < Dim; ++i) norm2 += v[i] * v[i];
-    if (norm2 == 0.0 || norm2 == 1.0) return;
-    const double length = std::sqrt(norm2);
-    for (unsigned i = 0; i < Dim; ++i) v[i] /= length;
-}
-
-template <unsigned Dim>
-double quadratic_form(const double* packed, const double* v) {
-    double sum = 0.0;
-    for (unsigned i = 0; i < Dim; ++i)
-        for (unsigned j = 0; j < Dim; ++j) sum += packed_entry(packed, i, j) * v[i] * v[j];
-    return sum;
-}
+using metric_kernels::are_valid_eigenvalues;
+using metric_kernels::largest;
+using metric_kernels::metric_from_eigen;
+using metric_kernels::packed_entry;
+using metric_kernels::packed_index;
+using metric_kernels::packed_size;
 
 // Cholesky of the 2x2 block (a, b, c) picked out of a larger factor, written back in place.
 bool cholesky_of_block(double& a, double& b, double& c) {
@@ -182,66 +95,6 @@ bool bound_metric_sizes(double* M, double hmin, double hmax) {
     return smallest > 0.0;
 }
 
-// Inverse of the matrix whose columns are the directions P (stored one after the other); its
-// rows come out as the stored vectors of Q, the frame in which a reduced metric is rebuilt.
-template <unsigned Dim>
-void invert_directions(const double* P, double* Q) {
-    if constexpr (Dim == 2) {
-        const double det = P[0] * P[3] - P[2] * P[1];
-        if (det == 0.0) {
-            // No frame to rebuild in; a zero Q makes any rebuilt metric null instead of garbage.
-            for (unsigned i = 0; i < 4; ++i) Q[i] = 0.0;
-            return;
-        }
-        Q[0] = P[3] / det;
-        Q[1] = -P[2] / det;
-        Q[2] = -P[1] / det;
-        Q[3] = P[0] / det;
-    } else {
-        double det = 0.0;
-        invert_3x3(P, Q, det);
-    }
-}
-
-template <unsigned Dim>
-bool simultaneous_reduction(const double* A, const double* B, double* mu, double* P) {
-    if constexpr (Dim == 2) return simultaneous_reduction_2d(A, B, true, mu, P);
-    else return simultaneous_reduction_3d(A, B, true, mu, P);
-}
-
-template <unsigned Dim>
-bool reduce_metric_pair(const double* M0, const double* M1, double* Q, double* lambda0, double* lambda1) {
-    double mu[Dim];
-    double P[Dim * Dim];
-    if (!simultaneous_reduction<Dim>(M0, M1, mu, P)) return false;
-    invert_directions<Dim>(P, Q);
-    for (unsigned k = 0; k < Dim; ++k) {
-        lambda0[k] = quadratic_form<Dim>(M0, P + k * Dim);
-        lambda1[k] = mu[k] * lambda0[k];
-    }
-    return true;
-}
-
-// Interpolates linearly in size along the common directions and rebuilds the metric in Q.
-template <unsigned Dim>
-bool interpolate_in_common_frame(const double* Q, const double* lambda0, const double* lambda1, double t,
-                                 double* out) {
-    if (!are_valid_eigenvalues<Dim>(lambda0) || !are_valid_eigenvalues<Dim>(lambda1)) return false;
-    double h0[Dim], h1[Dim], h[Dim];
-    eigenvalues_to_sizes<Dim>(lambda0, h0);
-    eigenvalues_to_sizes<Dim>(lambda1, h1);
-    for (unsigned k = 0; k < Dim; ++k) h[k] = h0[k] + t * (h1[k] - h0[k]);
-    // Only extrapolation can drive a size to zero or below.
-    if ((t < 0.0 || t > 1.0) && !are_valid_eigenvalues<Dim>(h)) {
-        for (unsigned i = 0; i < packed_size(Dim); ++i) out[i] = 0.0;
-        return false;
-    }
-    double lambda[Dim];
-    sizes_to_eigenvalues<Dim>(h, lambda);
-    metric_from_eigen<Dim>(Q, lambda, out);
-    return true;
-}
-
 template <unsigned Dim>
 bool is_valid_metric(const double* M) {
     for (unsigned i = 0; i < packed_size(Dim); ++i)
@@ -271,54 +124,25 @@ void metric_from_eigen_3d(const double vectors[9], const double values[3], doubl
 bool are_valid_eigenvalues_2d(const double values[2]) { return are_valid_eigenvalues<2>(values); }
 bool are_valid_eigenvalues_3d(const double values[3]) { return are_valid_eigenvalues<3>(values); }
 
-void eigenvalues_to_sizes_2d(const double values[2], double sizes[2]) { eigenvalues_to_sizes<2>(values, sizes); }
-void eigenvalues_to_sizes_3d(const double values[3], double sizes[3]) { eigenvalues_to_sizes<3>(values, sizes); }
-void sizes_to_eigenvalues_2d(const double sizes[2], double values[2]) { sizes_to_eigenvalues<2>(sizes, values); }
-void sizes_to_eigenvalues_3d(const double sizes[3], double values[3]) { sizes_to_eigenvalues<3>(sizes, values); }
+void eigenvalues_to_sizes_2d(const double values[2], double sizes[2]) {
+    metric_kernels::eigenvalues_to_sizes<2>(values, sizes);
+}
+void eigenvalues_to_sizes_3d(const double values[3], double sizes[3]) {
+    metric_kernels::eigenvalues_to_sizes<3>(values, sizes);
+}
+void sizes_to_eigenvalues_2d(const double sizes[2], double values[2]) {
+    metric_kernels::sizes_to_eigenvalues<2>(sizes, values);
+}
+void sizes_to_eigenvalues_3d(const double sizes[3], double values[3]) {
+    metric_kernels::sizes_to_eigenvalues<3>(sizes, values);
+}
 
 bool eigenvalues_sym_2d(double a, double b, double c, double values[2]) {
-    const double det = a * c - b * b;
-    const double r = std::sqrt(4.0 * b * b + (a - c) * (a - c));
-    double lambda1 = ((a + c) - r) * 0.5;
-    double lambda2 = lambda1 + r;
-    // The eigenvalue of small magnitude loses its digits to cancellation; the determinant
-    // (their product) gives it back.
-    if (std::fabs(lambda2) * relative_tolerance > std::fabs(lambda1)) lambda1 = det / lambda2;
-    else if (std::fabs(lambda2) < std::fabs(lambda1) * relative_tolerance) lambda2 = det / lambda1;
-    values[0] = lambda1;
-    values[1] = lambda2;
-    return std::isfinite(lambda1) && std::isfinite(lambda2);
+    return metric_kernels::eigenvalues_sym_2d(a, b, c, values);
 }
 
 bool eigen_sym_2d(double a, double b, double c, bool normalize, double values[2], double vectors[4]) {
-    if (!eigenvalues_sym_2d(a, b, c, values)) return false;
-    const double lambda1 = values[0];
-    // Of the two rows of M - lambda1 I, take the one whose null vector is better conditioned.
-    double x = b, y = lambda1 - a;
-    if ((lambda1 - a) * (lambda1 - a) < (lambda1 - c) * (lambda1 - c)) {
-        x = lambda1 - c;
-        y = b;
-    }
-    const double norm2 = x * x + y * y;
-    const double scale2 = a * a > c * c ? a * a : c * c;
-    if (scale2 * degeneracy_tolerance < norm2) {
-        if (normalize) {
-            const double length = std::sqrt(norm2);
-            x /= length;
-            y /= length;
-        }
-        vectors[0] = x;
-        vectors[1] = y;
-        vectors[2] = -y;
-        vectors[3] = x;
-    } else {
-        // A multiple of the identity: every direction is an eigenvector.
-        vectors[0] = 1.0;
-        vectors[1] = 0.0;
-        vectors[2] = -0.0;
-        vectors[3] = 1.0;
-    }
-    return true;
+    return metric_kernels::eigen_sym_2d(a, b, c, normalize, values, vectors);
 }
 
 bool cholesky_2d(double packed[3]) {
@@ -388,26 +212,7 @@ void add_congruence_3d(double w, const double A[6], const double V[9], double ou
 
 bool simultaneous_reduction_2d(const double A[3], const double B[3], bool normalize, double mu[2],
                                double vectors[4]) {
-    const double a = A[0], b = A[1], c = A[2];
-    const double D = a * c - b * b;
-    if (a == 0.0 || !(D > 0.0)) return false;
-    const double s = std::sqrt(D);
-    // C = X^T B X with X = [[s, -b], [0, a]], which turns A into a D I.
-    const double C00 = B[0] * D;
-    const double C01 = (B[1] * a - B[0] * b) * s;
-    const double C11 = a * a * B[2] - (2.0 * B[1] * a - B[0] * b) * b;
-    // The eigen-analysis writes its values even when it fails; keep them off the outputs.
-    double values[2], w[4];
-    if (!eigen_sym_2d(C00, C01, C11, false, values, w)) return false;
-    const double scale = 1.0 / (D * a);
-    for (unsigned k = 0; k < 2; ++k) {
-        mu[k] = values[k] * scale;
-        const double w0 = w[2 * k], w1 = w[2 * k + 1];
-        vectors[2 * k] = w0 * s - w1 * b;
-        vectors[2 * k + 1] = w1 * a;
-        if (normalize) normalize_unless_null_or_unit<2>(vectors + 2 * k);
-    }
-    return true;
+    return metric_kernels::simultaneous_reduction_2d(A, B, normalize, mu, vectors);
 }
 
 bool simultaneous_reduction_3d(const double A[6], const double B[6], bool normalize, double mu[3],
@@ -442,7 +247,7 @@ bool simultaneous_reduction_3d(const double A[6], const double B[6], bool normal
         v[0] = v[1] = v[2] = 0.0;
         for (unsigned c = 0; c < 3; ++c)
             for (unsigned r = 0; r < 3; ++r) v[r] += W[3 * c + r] * Z[3 * k + c];
-        if (normalize) normalize_unless_null_or_unit<3>(v);
+        if (normalize) metric_kernels::normalize_unless_null<3, 1>(v);
     }
     return true;
 }
@@ -466,18 +271,18 @@ bool bound_metric_sizes_3d(double M[6], double hmin, double hmax) { return bound
 bool bound_metric_sizes_2d(double M[3], double hmin, double hmax) { return bound_metric_sizes<2>(M, hmin, hmax); }
 
 bool reduce_metric_pair_2d(const double M0[3], const double M1[3], reduced_metric_pair_2d& record) {
-    return reduce_metric_pair<2>(M0, M1, record.Q, record.lambda0, record.lambda1);
+    return metric_kernels::reduce_metric_pair<2>(M0, M1, record.Q, record.lambda0, record.lambda1);
 }
 bool reduce_metric_pair_3d(const double M0[6], const double M1[6], reduced_metric_pair_3d& record) {
-    return reduce_metric_pair<3>(M0, M1, record.Q, record.lambda0, record.lambda1);
+    return metric_kernels::reduce_metric_pair<3>(M0, M1, record.Q, record.lambda0, record.lambda1);
 }
 
 bool interpolate_reduced_metric_2d(const reduced_metric_pair_2d& record, double t, double out[3]) {
-    return interpolate_in_common_frame<2>(record.Q, record.lambda0, record.lambda1, t, out);
+    return metric_kernels::interpolate_in_common_frame<2>(record.Q, record.lambda0, record.lambda1, t, out);
 }
 
 bool interpolate_reduced_metric_3d(const reduced_metric_pair_3d& record, double t, double out[6]) {
-    return interpolate_in_common_frame<3>(record.Q, record.lambda0, record.lambda1, t, out);
+    return metric_kernels::interpolate_in_common_frame<3>(record.Q, record.lambda0, record.lambda1, t, out);
 }
 
 namespace {
