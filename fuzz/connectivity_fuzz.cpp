@@ -185,6 +185,7 @@ void reorientation(input& in) {
     const auto c0 = snap(c);
     const auto nb0 = snap(nb);
     const long fail = in.failure_point();
+    const input::memory_watch memory;
     int rc;
     {
         input::alloc_guard guard(fail);
@@ -215,7 +216,7 @@ void reorientation(input& in) {
     }
     // A simple chain or loop with true neighbours, oriented whole from element 0 (the walk
     // never goes back below its start), ends consistent.
-    if (!from_service || rc < 0 || all == 0 || start != 0 || c0.rows != 2 || fail >= 0) return;
+    if (!from_service || rc < 0 || all == 0 || start != 0 || c0.rows != 2 || memory.short_of_memory()) return;
     std::map<unsigned, int> degree;
     bool simple = true;
     for (unsigned e = 0; e < E; ++e) {

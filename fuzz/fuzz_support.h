@@ -83,6 +83,13 @@ public:
         alloc_guard& operator=(const alloc_guard&) = delete;
     };
     long failure_point() { return small(7) == 0 ? static_cast<long>(small(12)) : -1; }
+    // Whether an allocation failed since it was made: at the decoded failure point, or in the
+    // system (one past the run's size cap). Either way the call may have taken a memory-short
+    // path that leaves outputs short without a code; otherwise every promise must hold in full.
+    struct memory_watch {
+        long start = vx4::math1::refused_allocations();
+        bool short_of_memory() const { return vx4::math1::refused_allocations() != start; }
+    };
 
     // A matrix of `rows` x `cols`, sometimes a window into a larger one (offset, ld > rows).
     template <class T, class Gen>

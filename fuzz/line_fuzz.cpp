@@ -103,6 +103,7 @@ void line_case(input& in) {
     const auto om0 = snap(om);
     const auto op0 = snap(op);
     const long fail = in.failure_point();
+    const input::memory_watch memory;
     int rc;
     {
         input::alloc_guard guard(fail);
@@ -123,7 +124,7 @@ void line_case(input& in) {
     bool params_ok = params.size() == n;
     for (unsigned i = 1; params_ok && i < n; ++i) params_ok = !(params[i] < params[i - 1]);
     // Without parameters, no memory for building them is -199 itself, before forwarding.
-    const bool own_memory = !with_params && rc == -199 && fail >= 0;
+    const bool own_memory = !with_params && rc == -199 && memory.short_of_memory();
     FUZZ_CHECK(own_memory || is_code(rc, {0, -1, -2, -3, -4 + shift, -6 + shift, -11 + shift, -199 + shift}));
     if (own_memory) { /* refused before any argument past the node list was looked at */ }
     else if (dim != 2 && dim != 3) FUZZ_CHECK(rc == -1);
@@ -142,7 +143,7 @@ void line_case(input& in) {
         FUZZ_CHECK(early ? op0.same_as(op) : op.size() == 0);
         return;
     }
-    if (fail >= 0) { // a failed growth of an output leaves it short, unreported
+    if (memory.short_of_memory()) { // a failed growth of an output leaves it short, unreported
         FUZZ_CHECK(out0.prefix_of(out) && kept_columns(X0, X));
         return;
     }
@@ -185,6 +186,7 @@ void straight_case(input& in) {
     const auto X0 = snap(X);
     const auto out0 = snap(out);
     const long fail = in.failure_point();
+    const input::memory_watch memory;
     int rc;
     {
         input::alloc_guard guard(fail);
@@ -225,7 +227,7 @@ void straight_case(input& in) {
     if (form == 4) nodes = dense1D<unsigned>{a, b, d};
     // A local list that could not be built is not reported: the call may then do nothing, and
     // its drop of each segment's end node may then reach the former content.
-    if (fail >= 0) return;
+    if (memory.short_of_memory()) return;
     FUZZ_CHECK(out0.prefix_of(out));
     unsigned next_new = X0.cols, entry = 0;
     for (unsigned k = out0.v.size(); k < out.size(); ++k) {

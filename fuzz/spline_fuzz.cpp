@@ -82,6 +82,7 @@ void mesh_case(input& in) {
     const auto os0 = snap(os);
     const auto om0 = snap(om);
     const long fail = in.failure_point();
+    const input::memory_watch memory;
     int rc;
     {
         input::alloc_guard guard(fail);
@@ -108,7 +109,7 @@ void mesh_case(input& in) {
     }
     FUZZ_CHECK(!(deviation < 0.0));
     FUZZ_CHECK(kept_columns(X0, X));
-    if (fail >= 0) return; // a failed growth leaves outputs shorter, silently
+    if (memory.short_of_memory()) return; // a failed growth leaves outputs shorter, silently
     // On a curve through non-finite points the inner steps have nothing sound to work on.
     for (unsigned i : chain)
         for (unsigned r = 0; r < dim; ++r)

@@ -56,8 +56,11 @@ TEST(Dense2D, ReserveGuaranteesLaterResizes) {
     ASSERT_TRUE(m.reserve(3, 100));
     {
         failing_allocations guard;
+        const long refused = vx4::math1::refused_allocations();
         for (unsigned c = 1; c <= 100; ++c) ASSERT_TRUE(m.resize(3, c));
+        EXPECT_EQ(vx4::math1::refused_allocations(), refused); // none asked for
         EXPECT_FALSE(m.resize(3, 101));
+        EXPECT_GT(vx4::math1::refused_allocations(), refused);
     }
     EXPECT_EQ(m.cols(), 100u);
 

@@ -27,13 +27,25 @@ namespace detail {
 // Allocations left before failures start; negative means never fail.
 inline std::atomic<long> allocations_before_failure{-1};
 
+// Allocations that returned null so far, refused by the hook or by the system.
+inline std::atomic<long> allocations_refused{0};
+
 inline bool allocation_refused() noexcept {
     long left = allocations_before_failure.load(std::memory_order_relaxed);
     while (left >= 0) {
-        if (left == 0) return true;
+        if (left == 0) {
+            allocations_refused.fetch_add(1, std::memory_order_relaxed);
+            return true;
+        }
         if (allocations_before_failure.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) return false;
     }
     return false;
+}
+
+// Counts a null from the system allocator and passes it on.
+inline void* counted(void* p) noexcept {
+    if (!p) allocations_refused.fetch_add(1, std::memory_order_relaxed);
+    return p;
 }
 } // namespace detail
 
@@ -41,10 +53,10 @@ inline bool allocation_refused() noexcept {
 inline void* __vector_num_alloc(std::size_t bytes, std::size_t alignment = alignof(std::max_align_t)) {
     if (detail::allocation_refused()) return nullptr;
     if (bytes == 0) bytes = 1;
-    if (alignment <= alignof(std::max_align_t)) return std::malloc(bytes);
+    if (alignment <= alignof(std::max_align_t)) return detail::counted(std::malloc(bytes));
     // aligned_alloc wants a size that is a multiple of the alignment.
     const std::size_t rounded = (bytes + alignment - 1) / alignment * alignment;
-    return std::aligned_alloc(alignment, rounded);
+    return detail::counted(std::aligned_alloc(alignment, rounded));
 }
 
 inline void __vector_num_free(void* p) noexcept { std::free(p); }
@@ -61,7 +73,7 @@ constexpr bool __vector_num_reallocates(std::size_t alignment) noexcept {
 inline void* __vector_num_realloc(void* p, std::size_t bytes,
                                   std::size_t alignment = alignof(std::max_align_t)) noexcept {
     if (!__vector_num_reallocates(alignment) || detail::allocation_refused()) return nullptr;
-    return std::realloc(p, bytes == 0 ? 1 : bytes);
+    return detail::counted(std::realloc(p, bytes == 0 ? 1 : bytes));
 }
 
 // Test hook: the allocation `n` calls from now (0 = the next one) and every later one fail,
@@ -69,6 +81,9 @@ inline void* __vector_num_realloc(void* p, std::size_t bytes,
 // on the allocations made by code of the calling program or library (the hook is per binary).
 inline void fail_allocations_after(long n) noexcept { detail::allocations_before_failure.store(n < 0 ? 0 : n); }
 inline void allow_all_allocations() noexcept { detail::allocations_before_failure.store(-1); }
+// Test hook: how many allocations of this binary have failed so far, refused by the hook above or
+// by the system. A caller that sees it move knows that a silent memory-short path was taken.
+inline long refused_allocations() noexcept { return detail::allocations_refused.load(std::memory_order_relaxed); }
 
 // Base of every storage block: an atomic reference count and a virtual destructor.
 class ref_counted {
