@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <fstream>
+#include <sstream>
+#include <string>
 #include <vector>
 
 using vx4::dense1D;
@@ -147,3 +151,40 @@ TEST(Dense2D, GrowingColumnsKeepsEveryViewOnTheMovedBlock) {
     EXPECT_EQ(tail.data(), &m(0, cols - 2));
     EXPECT_EQ(all[2 * cols - 1], 1.0 - cols);
 }
+
+#if defined(__linux__)
+// The kernel's flags of the mapping that holds `p` ("hg": huge pages asked for), or "" when
+// /proc/self/smaps has no such mapping.
+static std::string mapping_flags(const void* p) {
+    std::ifstream smaps("/proc/self/smaps");
+    const auto at = reinterpret_cast<std::uintptr_t>(p);
+    bool inside = false;
+    for (std::string line; std::getline(smaps, line);) {
+        unsigned long long lo = 0, hi = 0;
+        char dash = 0;
+        std::istringstream head(line);
+        if (line.find("VmFlags:") == 0) {
+            if (inside) return line;
+        } else if ((head >> std::hex >> lo >> dash >> hi) && dash == '-') {
+            inside = lo <= at && at < hi;
+        }
+    }
+    return "";
+}
+
+static bool asks_huge_pages(const void* p) { return mapping_flags(p).find(" hg") != std::string::npos; }
+
+TEST(Storage, BlocksOfMillionsOfNodesAskForHugePagesLittleOnesDoNot) {
+    if (std::ifstream("/sys/kernel/mm/transparent_hugepage/enabled").fail())
+        GTEST_SKIP() << "this kernel has no transparent huge pages";
+    // 8 MiB: above the threshold, fresh and grown from a little block (the remapping path).
+    dense1D<double> fresh(1u << 20);
+    EXPECT_TRUE(asks_huge_pages(fresh.data() + (1u << 19)));
+    dense2D<double> grown(2, 16);
+    ASSERT_TRUE(grown.reserve(2, 1u << 19));
+    EXPECT_TRUE(asks_huge_pages(&grown(0, 1u << 18)));
+    // 1 MiB: below it, whatever the allocator does with it.
+    dense1D<double> little(1u << 17);
+    EXPECT_FALSE(asks_huge_pages(little.data() + (1u << 16)));
+}
+#endif
