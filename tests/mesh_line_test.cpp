@@ -268,6 +268,20 @@ TEST(MeshLine, FailingAllocationsReturn199AndLeaveOutputsUntouched) {
             EXPECT_TRUE(rc == 0 || (X.cols() == n && out.size() == 1 && metrics.cols() == 1)) << fail_at;
         }
     }
+    // A pass that runs ahead of the chain it rewrites needs its spare buffers half way through
+    // (the overload without parameters: -199 when its chord lengths cannot be kept, -198 past them).
+    const vx4test::lagging_line lagging(2);
+    const ids all = iota(lagging.n);
+    for (long fail_at = 0, rc = -199; rc == -199 || rc == -198; ++fail_at) {
+        dense2D<double> X;
+        ASSERT_TRUE(X.copy(lagging.pos));
+        ids out{1};
+        reals out_params, sizes{2.0};
+        vx4test::failing_allocations guard(fail_at);
+        rc = mesh_line(X, all, lagging.sizes, false, 1, kNoBound, 0.0, 0.0, out, out_params, sizes);
+        ASSERT_TRUE(rc == 0 || rc == -199 || rc == -198) << rc;
+        EXPECT_TRUE(rc == 0 || (X.cols() == lagging.n && out.size() == 1 && sizes.size() == 1)) << fail_at;
+    }
 }
 
 TEST(MeshLine, DegenerateInputsFinishWithoutFaults) {

@@ -3,6 +3,7 @@
 
 #include <vx4/math1.h>
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -46,6 +47,25 @@ std::vector<T> entries(const vx4::dense2D<T>& m) {
         for (unsigned i = 0; i < m.rows(); ++i) v.push_back(m(i, j));
     return v;
 }
+
+// A line whose chain, re-meshed, grows denser over its first half: 4000 unit edges whose sizes
+// alternate 0.3 and 2 (a chord of the chain across a node of size 2 measures longer than the
+// polyline beneath it), then 6000 teeth under size 1, whose corners the chords cut, so that the
+// count still falls. The second pass's nodes run hundreds of nodes ahead of the ones it reads.
+struct lagging_line {
+    static constexpr unsigned edges = 4000, teeth = 6000, n = edges + 1 + teeth;
+    vx4::dense2D<double> pos;
+    vx4::dense1D<double> sizes;
+
+    explicit lagging_line(unsigned dim) : pos(dim, n, 0.0), sizes(n) {
+        const double turn = 1.4;
+        for (unsigned i = 0; i < n; ++i) {
+            sizes[i] = i > edges ? 1.0 : (i % 2 ? 2.0 : 0.3);
+            pos(0, i) = i <= edges ? i : edges + (i - edges) * std::cos(turn);
+            pos(1, i) = i > edges && (i - edges) % 2 ? std::sin(turn) : 0.0;
+        }
+    }
+};
 
 // FNV-1a over the raw bytes of a run's codes and outputs: any changed bit changes the value.
 class output_hash {

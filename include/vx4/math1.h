@@ -60,14 +60,17 @@ inline void* counted(void* p) noexcept {
 // ordinary pages so that little arrays do not hold 2 MiB each.
 constexpr std::size_t huge_page_threshold = std::size_t(4) << 20;
 
-// Asks for huge pages over the whole pages of [p, p + bytes); a hint, so its failure is ignored.
+// Asks for huge pages over every page that [p, p + bytes) touches; a hint, so its failure is
+// ignored. The pages at the ends are included: a block the system allocator maps on its own
+// starts a page before its data, and advice that left that page out would split the mapping in
+// two, which the remapping that grows a block in place cannot cross.
 inline void* advise_huge_pages(void* p, std::size_t bytes) noexcept {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
     if (p && bytes >= huge_page_threshold) {
         constexpr std::uintptr_t page = 4096;
-        const std::uintptr_t first = (reinterpret_cast<std::uintptr_t>(p) + page - 1) & ~(page - 1);
-        const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(p) + bytes) & ~(page - 1);
-        if (end > first) ::madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+        const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(p) & ~(page - 1);
+        const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(p) + bytes + page - 1) & ~(page - 1);
+        ::madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
     }
 #else
     (void)bytes;

@@ -96,6 +96,7 @@ struct field_rules<Dim, isotropic_sizes> {
     struct field_writer {
         void interpolate(double x, grading& g, double* out) { field_rules::interpolate(x, g, out); }
         void flush() {}
+        bool idle() const { return true; }
     };
     static void cap(double* f, double limit) {
         if (limit < f[0]) f[0] = limit;
@@ -171,6 +172,9 @@ struct field_rules<Dim, anisotropic_metrics> {
             if (edges_ > 0) edges_ = 1;
             queued_ = 0;
         }
+        // Whether every queued node has its metric; the only end metrics still referred to are
+        // then those of the edge of the last node.
+        bool idle() const { return queued_ == 0; }
 
     private:
         static constexpr unsigned batch = 32;
@@ -349,23 +353,109 @@ bool measure(Nodes& nodes, running_sums& sums, double& length, bool keep_edges) 
 }
 
 // Where a pass writes its new node k (k = 1 .. E-1): entry k - 1 of each array; points only
-// when they are wanted.
+// when they are wanted. Every node is written where it stays, so nothing is left to settle.
 struct pass_output {
     double* params;
     double* fields;
     std::size_t field_ld;
     double* points;
     std::size_t point_ld;
+
+    double* param(unsigned k) const { return params + (k - 1); }
+    double* field(unsigned k) const { return fields + std::size_t(k - 1) * field_ld; }
+    bool wants_points() const { return points != nullptr; }
+    double* point(unsigned k) const { return points + std::size_t(k - 1) * point_ld; }
+    bool settle(unsigned, unsigned) { return true; }
+    bool finish(unsigned) { return true; }
+};
+
+// A pass that re-meshes a chain writes the new chain over the one it reads, so that all passes
+// share one pair of buffers. New node k takes entry k once the reading has left old node k
+// behind (the pass still reads old nodes from j - 1 on, j the end of the edge it is in); until
+// then it waits in a small ring. A chain re-meshed to about its own count waits a node or two.
+// Should the new nodes ever run further ahead of the reading than the ring holds (the new chain
+// denser than the old over a long stretch), the rest of the pass goes to the chain's spare
+// buffers, the nodes written so far copied there first, as if it had never written in place.
+template <unsigned K>
+class over_previous_chain {
+public:
+    over_previous_chain(line_chain& chain, unsigned m)
+        : chain_(chain), params_(chain.params.data()), fields_(chain.fields.data()), ld_(chain.fields.ld()), m_(m) {}
+
+    double* param(unsigned k) { return spilled_ ? spill_params_ + k : ring_params_ + k % ring; }
+    double* field(unsigned k) {
+        return spilled_ ? spill_fields_ + std::size_t(k) * spill_ld_ : ring_fields_ + std::size_t(k % ring) * K;
+    }
+    bool wants_points() const { return false; }
+    double* point(unsigned) const { return nullptr; }
+    // Called with no field write pending, after node k was placed in the old edge (j - 1, j):
+    // moves the nodes the reading has passed. False when the spare buffers are needed and cannot
+    // be had.
+    bool settle(unsigned k, unsigned j) {
+        if (spilled_) return true;
+        move_up_to(std::min(k, j < 2 ? 0u : j - 2));
+        return k - written_ <= ring - free_slots || spill(k);
+    }
+    // After the pass: nothing is read any more, every node goes to its place.
+    bool finish(unsigned k) {
+        if (!spilled_) move_up_to(k);
+        return true;
+    }
+    // Whether the new chain ended in the spare buffers.
+    bool spilled() const { return spilled_; }
+
+private:
+    static constexpr unsigned ring = 256;
+    // Slots kept free at every settling: a batch of queued metric interpolations (32) fills some
+    // before the next one.
+    static constexpr unsigned free_slots = 64;
+
+    void move_up_to(unsigned last) {
+        for (unsigned k = written_ + 1; k <= last; ++k) {
+            params_[k] = ring_params_[k % ring];
+            std::memcpy(fields_ + std::size_t(k) * ld_, ring_fields_ + std::size_t(k % ring) * K, K * sizeof(double));
+        }
+        if (last > written_) written_ = last;
+    }
+    bool spill(unsigned k) {
+        if (!chain_.spare_params.resize(m_ + 2) || !shape_matrix(chain_.spare_fields, K, m_ + 2)) return false;
+        spill_params_ = chain_.spare_params.data();
+        spill_fields_ = chain_.spare_fields.data();
+        spill_ld_ = chain_.spare_fields.ld();
+        for (unsigned i = 1; i <= k; ++i) {
+            const bool moved = i <= written_;
+            spill_params_[i] = moved ? params_[i] : ring_params_[i % ring];
+            std::memcpy(spill_fields_ + std::size_t(i) * spill_ld_,
+                        moved ? fields_ + std::size_t(i) * ld_ : ring_fields_ + std::size_t(i % ring) * K,
+                        K * sizeof(double));
+        }
+        spilled_ = true;
+        return true;
+    }
+
+    line_chain& chain_;
+    double* params_;
+    double* fields_;
+    std::size_t ld_;
+    unsigned m_;
+    unsigned written_ = 0; // new nodes 1 .. written_ are in place
+    bool spilled_ = false;
+    double* spill_params_ = nullptr;
+    double* spill_fields_ = nullptr;
+    std::size_t spill_ld_ = 0;
+    double ring_params_[ring];
+    double ring_fields_[ring * K];
 };
 
 // New node k sits at metric abscissa k L / E, inside the edge (j-1, j) whose running sums bracket
 // it; the abscissas grow, so the edge only ever moves forward.
-template <unsigned Dim, class Kind, class Nodes>
-void place(Nodes& nodes, const running_sums& sums, double length, unsigned long long E, const pass_output& out) {
+// False only when an output that writes in place cannot get its spare buffers.
+template <unsigned Dim, class Kind, class Nodes, class Output>
+bool place(Nodes& nodes, const running_sums& sums, double length, unsigned long long E, Output& out) {
     using rules = field_rules<Dim, Kind>;
     const unsigned n = nodes.size();
     const unsigned m = static_cast<unsigned>(E - 1);
-    if (m == 0) return;
+    if (m == 0) return true;
     const double* kept = sums.kept.data();
     const unsigned* marks = sums.marks.data();
     const unsigned long long nkept = sums.kept.size();
@@ -373,7 +463,7 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
     // With the edges' lengths kept, the nodes' coordinates are read only when the output needs
     // them (lengths are kept only where the grading does not read the edge).
     const double* edges = sums.edges.size() == n - 1 ? sums.edges.data() : nullptr;
-    const bool read_points = !edges || out.points;
+    const bool read_points = !edges || out.wants_points();
     double P0[Dim] = {}, P1[Dim] = {}, ahead[Dim] = {}, v[Dim] = {};
     unsigned j = 1;
     double S0 = 0.0, S1 = 0.0;
@@ -445,14 +535,16 @@ void place(Nodes& nodes, const running_sums& sums, double length, unsigned long 
         const double t = S1 > S0 ? (s - S0) / (S1 - S0) : 0.0;
         const double x = rules::fraction(t, g);
         const double p0 = nodes.param(j - 1), p1 = nodes.param(j);
-        out.params[k - 1] = p0 + (p1 - p0) * x;
-        if (out.points) {
-            double* point = out.points + std::size_t(k - 1) * out.point_ld;
+        *out.param(k) = p0 + (p1 - p0) * x;
+        if (out.wants_points()) {
+            double* point = out.point(k);
             for (unsigned r = 0; r < Dim; ++r) point[r] = P0[r] + (P1[r] - P0[r]) * x;
         }
-        fields.interpolate(x, g, out.fields + std::size_t(k - 1) * out.field_ld);
+        fields.interpolate(x, g, out.field(k));
+        if (fields.idle() && !out.settle(k, j)) return false;
     }
     fields.flush();
+    return out.finish(m);
 }
 
 } // namespace
@@ -471,15 +563,17 @@ int mesh_line_pass_on(const node_source& line, bool even, unsigned nmin, unsigne
     const unsigned m = static_cast<unsigned>(fresh);
     if (!shape_matrix(points, Dim, m) || !params.resize(m) || !shape_matrix(fields, K, m)) return -199;
     if (m == 0) return 0;
-    place<Dim, Kind>(nodes, sums, L, E, {params.data(), fields.data(), fields.ld(), points.data(), points.ld()});
+    pass_output out{params.data(), fields.data(), fields.ld(), points.data(), points.ld()};
+    place<Dim, Kind>(nodes, sums, L, E, out);
     return 0;
 }
 
 // Passes: the first meshes the caller's polyline; each later one meshes the chain of the pass
 // before, until a pass does not lower the node count (the first is compared with the largest
-// unsigned) or gives exactly nmin elements. A pass writes its chain to one half of the buffers
-// while it reads the previous chain from the other, and whether it is the last is known once it
-// has counted, so only the last chain gets coordinates, written where they stay.
+// unsigned) or gives exactly nmin elements. A later pass writes its chain over the one it reads
+// when the new chain is not longer (always but perhaps in the last pass), else to the spare
+// buffers. Whether a pass is the last is known once it has counted, so only the last chain gets
+// coordinates, written where they stay.
 template <unsigned Dim, class Kind>
 int mesh_line_core(const polyline_ref& line, const line_options& options, line_chain& chain, dense2D<double>* pos) {
     constexpr unsigned K = field_width<Dim, Kind>::value;
@@ -533,8 +627,9 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
     unsigned long long previous = largest_unsigned;
     for (unsigned pass = 1;; ++pass) {
         caller_nodes<Dim> polyline{caller};
-        chain_nodes<Dim> previous_chain{chain.spare_params.data(), chain.spare_fields.data(), chain.spare_fields.ld(),
-                                        chain.spare_params.size(), {&caller}};
+        // From the second pass on, the chain's buffers hold the previous chain.
+        chain_nodes<Dim> previous_chain{chain.params.data(), chain.fields.data(), chain.fields.ld(),
+                                        chain.params.size(), {&caller}};
         double L = 0.0;
         const bool measured = pass == 1 ? measure<Dim, Kind>(polyline, sums, L, false)
                                         : measure<Dim, Kind>(previous_chain, sums, L, keep_chain_edges);
@@ -545,11 +640,27 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
         const bool last = n == 2 || !(E + 1 < previous) || E == options.nmin;
 
         // The chain: the polyline's ends (sizes as limited) around the pass's new nodes.
-        if (!chain.params.resize(m + 2) || !shape_matrix(chain.fields, K, m + 2)) return -199;
-        pass_output out{chain.params.data() + 1, &chain.fields(0, 1), chain.fields.ld(), nullptr, Dim};
-        if (last && pass == 1 && !point_room(m, out.points, out.point_ld)) return -199;
-        if (pass == 1) place<Dim, Kind>(polyline, sums, L, E, out);
-        else place<Dim, Kind>(previous_chain, sums, L, E, out);
+        if (pass > 1 && m + 2 <= chain.params.size()) {
+            over_previous_chain<K> out(chain, m);
+            if (!place<Dim, Kind>(previous_chain, sums, L, E, out)) return -199;
+            if (out.spilled()) {
+                std::swap(chain.params, chain.spare_params);
+                std::swap(chain.fields, chain.spare_fields);
+            }
+            // Fewer entries of the same buffers: cannot fail.
+            chain.params.resize(m + 2);
+            shape_matrix(chain.fields, K, m + 2);
+        } else {
+            // The previous chain (none in the first pass), still read through its pointers, moves
+            // to the spare half.
+            std::swap(chain.params, chain.spare_params);
+            std::swap(chain.fields, chain.spare_fields);
+            if (!chain.params.resize(m + 2) || !shape_matrix(chain.fields, K, m + 2)) return -199;
+            pass_output out{chain.params.data() + 1, &chain.fields(0, 1), chain.fields.ld(), nullptr, Dim};
+            if (last && pass == 1 && !point_room(m, out.points, out.point_ld)) return -199;
+            if (pass == 1) place<Dim, Kind>(polyline, sums, L, E, out);
+            else place<Dim, Kind>(previous_chain, sums, L, E, out);
+        }
         chain.params[0] = caller.param(0);
         chain.params[m + 1] = caller.param(n - 1);
         std::memcpy(&chain.fields(0, 0), caller.field(0), K * sizeof(double));
@@ -569,8 +680,6 @@ int mesh_line_core(const polyline_ref& line, const line_options& options, line_c
             return commit_points() ? 0 : -199;
         }
         previous = E + 1;
-        std::swap(chain.params, chain.spare_params);
-        std::swap(chain.fields, chain.spare_fields);
     }
 }
 

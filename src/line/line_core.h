@@ -99,8 +99,9 @@ struct line_chain {
     dense2D<double> points;    // Dim x (new node count), in chain order
     dense1D<double> params;    // E + 1
     dense2D<double> fields;    // width x (E + 1)
-    // The other half of the pass buffers: a pass reads the previous chain from one half while it
-    // writes the next one to the other. Kept here so that repeated cores reuse both.
+    // The spare half of the pass buffers, for a pass that cannot write its chain over the one it
+    // reads (the new chain is longer, or runs far ahead of the reading). Kept here so that
+    // repeated cores reuse it.
     dense1D<double> spare_params;
     dense2D<double> spare_fields;
     unsigned elements() const { return params.size() > 0 ? params.size() - 1 : 0; }
