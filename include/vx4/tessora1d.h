@@ -467,6 +467,10 @@ VX4_TESSORA1D_API int extrude_rotate(dense2D<double>& coords, unsigned start, co
 /// Under memory shortage after the chain is made, 0 can be returned with `out_indices`, `out_params` or
 /// `out_metrics` left short (a failed growth of an output is not reported); with `chordal` > 0 a
 /// refinement that runs out of memory keeps the unrefined chain and returns 0.
+/// Memory: the chain is built in buffers that outputs without storage of their own then take over (their
+/// capacity may exceed their size), and each pass that meshes the chain again writes over it, so a call
+/// allocates little beyond its result: the first pass's chain, which may be longer than the last, and with
+/// sizes 8 bytes per chain node.
 VX4_TESSORA1D_API int mesh_line(dense2D<double>& pos, const dense1D<unsigned>& indices,
                                 const dense1D<double>& params, const dense2D<double>& metrics, bool even,
                                 unsigned nmin, unsigned nmax, double chordal, double hmin,

@@ -121,7 +121,9 @@ struct field_rules<Dim, anisotropic_metrics> {
         double l0, l1;
         bool graded;
     };
-    static edge measure_edge(const double* v, const double* f0, const double* f1) {
+    // Always inlined, as the batch's flush below: called once or twice per node, out of line
+    // they cost a sixth of an anisotropic pass.
+    [[gnu::always_inline]] static edge measure_edge(const double* v, const double* f0, const double* f1) {
         const double q[2] = {quadratic_form<Dim>(f0, v), quadratic_form<Dim>(f1, v)};
         if (q[0] > 0.0 && q[1] > 0.0) {
             double l[2];
@@ -156,7 +158,7 @@ struct field_rules<Dim, anisotropic_metrics> {
             queue_[queued_++] = {x, out, edges_ - 1};
             if (queued_ == batch) flush();
         }
-        void flush() {
+        [[gnu::always_inline]] void flush() {
             for (unsigned i = 0; i < queued_; ++i) {
                 edge& e = slots_[queue_[i].edge];
                 e.between.prepare_for(queue_[i].x, e.M0, e.M1);
