@@ -38,6 +38,16 @@ TEST(Subdivide, InteriorChainNodesOnlyShapeTheSize) {
     EXPECT_LT(x[out[1]] - x[out[0]], x[out[s / 2 + 1]] - x[out[s / 2]]);
 }
 
+TEST(Subdivide, PointsOfAnIntervalWiderThanTheLargestDoubleStayInIt) {
+    // The span overflows; a size too small for its logarithmic mean gives the interval no metric
+    // length, so nmin's points all sit at the start.
+    dense1D<double> x{-1.6e308, 1.06e308}, h{1.87, 4.9e-324};
+    dense1D<unsigned> out;
+    ASSERT_EQ(subdivide(x, h, dense1D<unsigned>{0, 1}, false, false, 5, 9, out), 0);
+    ASSERT_EQ(x.size(), 6u);
+    for (unsigned k = 2; k < x.size(); ++k) EXPECT_EQ(x[k], -1.6e308);
+}
+
 TEST(Subdivide, RefusalsAndShortMemoryAddNothing) {
     dense1D<double> x{0.0, 10.0}, h{1.0, 1.0}, short_h{1.0};
     dense1D<unsigned> chain{0, 1}, out;

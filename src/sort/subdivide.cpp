@@ -82,7 +82,10 @@ double subdivide_interval(const interval_support& support, bool even, bool force
         const double x0 = support.x(k - 1), x1 = support.x(k);
         const double h0 = support.h(k - 1), h1 = support.h(k);
         const double f = h0 == h1 ? u : detail::progression_fraction(u, h0, h1);
-        new_x[nx + i - 1] = x0 + (x1 - x0) * f;
+        // Abscissas of opposite signs near the largest double span more than it: then each end
+        // takes its share, which keeps the point between them.
+        const double span = x1 - x0;
+        new_x[nx + i - 1] = std::isfinite(span) ? x0 + span * f : x0 * (1.0 - f) + x1 * f;
         new_h[nh + i - 1] = h0 + (h1 - h0) * f;
     }
     return S;
