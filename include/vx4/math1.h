@@ -67,7 +67,7 @@ constexpr std::size_t huge_page_threshold = std::size_t(4) << 20;
 inline void* advise_huge_pages(void* p, std::size_t bytes) noexcept {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
     if (p && bytes >= huge_page_threshold) {
-        constexpr std::uintptr_t page = 4096;
+        constexpr std::uintptr_t page = 4096; // where pages are larger the call is refused: no harm in a hint
         const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(p) & ~(page - 1);
         const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(p) + bytes + page - 1) & ~(page - 1);
         ::madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
