@@ -153,39 +153,25 @@ TEST(Dense2D, GrowingColumnsKeepsEveryViewOnTheMovedBlock) {
 }
 
 #if defined(__linux__)
-// The mapping of this process that holds address `p`: its range and the kernel's flags for it
-// ("hg" when huge pages were asked for); an empty range when there is none.
-struct mapping {
-    std::uintptr_t lo = 0, hi = 0;
-    std::string flags;
+// Whether the bytes [p, p + bytes) lie in one mapping of this process (/proc/self/smaps) and
+// whether that mapping asks for huge pages (flag "hg"); `inside` false when no mapping holds p.
+struct mapping_check {
+    bool inside = false, huge = false;
 };
 
-static mapping mapping_of(const void* p) {
+static mapping_check mapping_of(const void* p, std::size_t bytes) {
     std::ifstream smaps("/proc/self/smaps");
-    const auto at = reinterpret_cast<std::uintptr_t>(p);
-    mapping found;
+    const unsigned long long at = reinterpret_cast<std::uintptr_t>(p);
+    mapping_check found;
+    bool holds = false;
     for (std::string line; std::getline(smaps, line);) {
         unsigned long long lo = 0, hi = 0;
         char dash = 0;
-        std::istringstream head(line);
-        if (line.compare(0, 8, "VmFlags:") == 0) {
-            if (found.hi != 0) {
-                found.flags = line;
-                return found;
-            }
-        } else if ((head >> std::hex >> lo >> dash >> hi) && dash == '-' && lo <= at && at < hi) {
-            found.lo = lo;
-            found.hi = hi;
-        }
+        if (holds && line.compare(0, 8, "VmFlags:") == 0) return {found.inside, line.find(" hg") != std::string::npos};
+        if (std::istringstream(line) >> std::hex >> lo >> dash >> hi && dash == '-' && lo <= at && at < hi)
+            holds = true, found.inside = at + bytes <= hi;
     }
     return {};
-}
-
-// Whether the bytes [p, p + bytes) lie in one mapping that asks for huge pages.
-static bool one_huge_page_mapping(const void* p, std::size_t bytes) {
-    const mapping m = mapping_of(p);
-    const auto at = reinterpret_cast<std::uintptr_t>(p);
-    return m.lo <= at && at + bytes <= m.hi && m.flags.find(" hg") != std::string::npos;
 }
 
 TEST(Storage, BlocksOfMillionsOfNodesAskForHugePagesLittleOnesDoNot) {
@@ -194,15 +180,17 @@ TEST(Storage, BlocksOfMillionsOfNodesAskForHugePagesLittleOnesDoNot) {
     // 8 MiB: above the threshold, with the advice over the whole block, so that the block stays
     // one mapping, which the remapping that grows it can move.
     dense1D<double> fresh(1u << 20);
-    EXPECT_TRUE(one_huge_page_mapping(fresh.data(), fresh.size() * sizeof(double)));
+    mapping_check m = mapping_of(fresh.data(), fresh.size() * sizeof(double));
+    EXPECT_TRUE(m.inside && m.huge);
     // Grown from a little block, then grown again by remapping.
     dense2D<double> grown(2, 16);
-    ASSERT_TRUE(grown.reserve(2, 1u << 19));
-    EXPECT_TRUE(one_huge_page_mapping(grown.data(), grown.column_capacity() * 2 * sizeof(double)));
-    ASSERT_TRUE(grown.reserve(2, 3u << 19));
-    EXPECT_TRUE(one_huge_page_mapping(grown.data(), grown.column_capacity() * 2 * sizeof(double)));
+    for (unsigned cols : {1u << 19, 3u << 19}) {
+        ASSERT_TRUE(grown.reserve(2, cols));
+        m = mapping_of(grown.data(), grown.column_capacity() * 2 * sizeof(double));
+        EXPECT_TRUE(m.inside && m.huge) << cols;
+    }
     // 1 MiB: below it, whatever the allocator does with it.
     dense1D<double> little(1u << 17);
-    EXPECT_EQ(mapping_of(little.data()).flags.find(" hg"), std::string::npos);
+    EXPECT_FALSE(mapping_of(little.data(), 8).huge);
 }
 #endif
